@@ -1,0 +1,21 @@
+# The house has floors: a folder under src/ is one object library, and its files include only what
+# stands on the same floor or below. All folders together make the static library that the
+# programs, the tests and other people's programs link.
+
+add_library(hciload_options INTERFACE)
+target_compile_options(hciload_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+function(hciload_folder name)
+    add_library(${name} OBJECT ${ARGN})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} PRIVATE hciload_options)
+endfunction()
+
+# One test program for each folder; its cases are registered with ctest one by one.
+function(hciload_test name)
+    add_executable(${name} ${ARGN})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE libhciload hciload_options GTest::gmock GTest::gtest_main)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "transport/CommunicationParameters.h"
+
+// Runs on the connector's reader thread with the bytes just received; returns how many it took.
+using RxCallback = unsigned int (*)(void* context, unsigned char* bytes, unsigned int count);
+
+// The transport to the chip. Every operation returns an error text, empty on success.
+//
+// One caller thread uses a connector; received bytes come in on a thread of the connector's own.
+class CSerialConnector {
+public:
+    CSerialConnector() = default;
+    CSerialConnector(const CSerialConnector&) = delete;
+    CSerialConnector& operator=(const CSerialConnector&) = delete;
+    virtual ~CSerialConnector() = default;
+
+    // rxCallback may be null. Must not be called while connected.
+    virtual std::string Connect(CCommunicationParameters& params, RxCallback rxCallback,
+                                void* context) = 0;
+    virtual std::string Disconnect() = 0;
+    virtual std::string TransmitBytes(unsigned char* bytes, unsigned int count) = 0;
+
+    // Never waits: *gotBytes is what was there, at most maxBytes, and all ones on failure.
+    virtual std::string ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
+                                          unsigned int* gotBytes) = 0;
+
+    bool IsConnected() const { return m_pParameters != nullptr; }
+
+    // Null while not connected; owned by the connector.
+    const CCommunicationParameters* GetConnectionParameters() const { return m_pParameters.get(); }
+
+protected:
+    // Their presence is the connected state.
+    std::unique_ptr<CCommunicationParameters> m_pParameters;
+};

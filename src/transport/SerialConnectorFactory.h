@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+class CByteBuffer;
+class CSerialConnector;
+
+// Makes the connector that paramText asks for and connects it. Returns the connected connector,
+// which the caller owns and deletes, or null with the reason in *errorText (no reason for a null or
+// empty paramText). transportInfo, when given, receives the one byte 0x01, the mark of a UART.
+CSerialConnector* CreateSerialConnector(const char* paramText, std::string* errorText,
+                                        CByteBuffer* transportInfo);

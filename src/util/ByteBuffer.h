@@ -1,0 +1,63 @@
+#pragma once
+
+// How a CByteBuffer holds its bytes. Stored as a number; other values are kept as given.
+enum ByteBufferStorage : unsigned char {
+    BYTE_BUFFER_EMPTY = 0,
+    BYTE_BUFFER_OWNED = 1,     // the buffer allocated a copy and frees it
+    BYTE_BUFFER_BORROWED = 2,  // the caller's memory, never freed here
+    BYTE_BUFFER_ADOPTED = 3,   // the caller's new[] block, freed here with delete[]
+};
+
+// A byte array with the chip address of its first byte, a one-byte mark and an optional name. Image
+// ranges, configuration records and command payloads are all held in it.
+//
+// Not synchronised: one thread at a time. Sizes are in bytes, addresses are 32-bit chip addresses.
+class CByteBuffer {
+public:
+    CByteBuffer() = default;
+
+    // size bytes, all set to fill. Size 0 or a failed allocation leaves the buffer empty.
+    CByteBuffer(unsigned int size, unsigned char fill);
+
+    // Mode 1 copies; any other mode keeps the caller's pointer and that mode (2 borrows, 3 adopts).
+    // Null data or size 0 leaves the buffer empty.
+    CByteBuffer(unsigned char* data, unsigned int size, unsigned char mode);
+
+    // A borrowed source is shared, any other is copied; address, flag and name are always copied.
+    CByteBuffer(const CByteBuffer& other);
+    CByteBuffer& operator=(const CByteBuffer& other);
+
+    // Takes everything and leaves the source empty, so that lists of ranges grow without copying.
+    CByteBuffer(CByteBuffer&& other) noexcept;
+    CByteBuffer& operator=(CByteBuffer&& other) noexcept;
+
+    ~CByteBuffer();
+
+    // Frees what is owned and takes the new bytes: mode 2 borrows, every other mode copies, adopted
+    // included. Address, flag and name stay.
+    void AssignData(unsigned char* data, unsigned int size, unsigned char mode);
+
+    // Appends a copy of the bytes; null data or size 0 does nothing. Only for buffers that own
+    // their bytes: the old block is freed whatever its mode, kept that way on purpose.
+    void AppendData(unsigned char* data, unsigned int size);
+
+    // Null or empty text removes the name.
+    void SetName(const char* name);
+    const char* GetName() const { return m_pszName; }  // null when there is none
+
+    unsigned char* GetDataBuffer() const { return m_pData; }
+    unsigned int GetDataByteSize() const { return m_nDataSize; }
+    unsigned char GetStorageMode() const { return m_nMode; }
+    unsigned int GetBaseAddress() const { return m_nBaseAddress; }
+    void SetBaseAddress(unsigned int address) { m_nBaseAddress = address; }
+    unsigned char GetFlag() const { return m_nFlag; }
+    void SetFlag(unsigned char flag) { m_nFlag = flag; }
+
+private:
+    unsigned char* m_pData = nullptr;
+    unsigned int m_nDataSize = 0;
+    unsigned char m_nMode = BYTE_BUFFER_EMPTY;
+    unsigned int m_nBaseAddress = 0;
+    unsigned char m_nFlag = 0;
+    char* m_pszName = nullptr;
+};
