@@ -54,6 +54,11 @@ public:
     void SetFlag(unsigned char flag) { m_nFlag = flag; }
 
 private:
+    // Holds block from now on, without freeing what was held; no block or no bytes means empty.
+    void TakeBlock(unsigned char* block, unsigned int size, unsigned char mode);
+    void FreeData();
+    void Swap(CByteBuffer& other) noexcept;
+
     unsigned char* m_pData = nullptr;
     unsigned int m_nDataSize = 0;
     unsigned char m_nMode = BYTE_BUFFER_EMPTY;

@@ -1,0 +1,135 @@
+#include "util/ByteBuffer.h"
+
+#include <climits>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace {
+
+// Null for no bytes and when memory has run out.
+unsigned char* CopyOfBytes(const unsigned char* data, unsigned int size) {
+    if (data == nullptr || size == 0)
+        return nullptr;
+    auto* copy = new (std::nothrow) unsigned char[size];
+    if (copy != nullptr)
+        std::memcpy(copy, data, size);
+    return copy;
+}
+
+char* CopyOfText(const char* text) {
+    if (text == nullptr || *text == '\0')
+        return nullptr;
+    const size_t room = std::strlen(text) + 1;
+    auto* copy = new (std::nothrow) char[room];
+    if (copy != nullptr)
+        std::memcpy(copy, text, room);
+    return copy;
+}
+
+}  // namespace
+
+CByteBuffer::CByteBuffer(unsigned int size, unsigned char fill) {
+    if (size == 0)
+        return;
+    auto* block = new (std::nothrow) unsigned char[size];
+    if (block == nullptr)
+        return;
+    std::memset(block, fill, size);
+    TakeBlock(block, size, BYTE_BUFFER_OWNED);
+}
+
+CByteBuffer::CByteBuffer(unsigned char* data, unsigned int size, unsigned char mode) {
+    if (data == nullptr || size == 0)
+        return;
+    TakeBlock(mode == BYTE_BUFFER_OWNED ? CopyOfBytes(data, size) : data, size, mode);
+}
+
+CByteBuffer::CByteBuffer(const CByteBuffer& other)
+    : m_nBaseAddress(other.m_nBaseAddress),
+      m_nFlag(other.m_nFlag),
+      m_pszName(CopyOfText(other.m_pszName)) {
+    if (other.m_nMode == BYTE_BUFFER_BORROWED) {
+        TakeBlock(other.m_pData, other.m_nDataSize, BYTE_BUFFER_BORROWED);
+    } else {
+        TakeBlock(CopyOfBytes(other.m_pData, other.m_nDataSize), other.m_nDataSize,
+                  BYTE_BUFFER_OWNED);
+    }
+}
+
+CByteBuffer& CByteBuffer::operator=(const CByteBuffer& other) {
+    if (this != &other)
+        *this = CByteBuffer(other);
+    return *this;
+}
+
+CByteBuffer::CByteBuffer(CByteBuffer&& other) noexcept {
+    Swap(other);
+}
+
+CByteBuffer& CByteBuffer::operator=(CByteBuffer&& other) noexcept {
+    CByteBuffer taken(std::move(other));
+    Swap(taken);
+    return *this;
+}
+
+CByteBuffer::~CByteBuffer() {
+    FreeData();
+    delete[] m_pszName;
+}
+
+void CByteBuffer::AssignData(unsigned char* data, unsigned int size, unsigned char mode) {
+    // The copy is made first: the new bytes may lie inside the old block.
+    const bool borrow = mode == BYTE_BUFFER_BORROWED;
+    unsigned char* block = borrow && size != 0 ? data : CopyOfBytes(data, size);
+    FreeData();
+    TakeBlock(block, size, borrow ? BYTE_BUFFER_BORROWED : BYTE_BUFFER_OWNED);
+}
+
+void CByteBuffer::AppendData(unsigned char* data, unsigned int size) {
+    if (data == nullptr || size == 0)
+        return;
+    if (m_pData == nullptr) {
+        AssignData(data, size, BYTE_BUFFER_OWNED);
+        return;
+    }
+    unsigned char* block = nullptr;
+    if (size <= UINT_MAX - m_nDataSize) {
+        block = new (std::nothrow) unsigned char[size_t{m_nDataSize} + size];
+    }
+    if (block != nullptr) {
+        std::memcpy(block, m_pData, m_nDataSize);
+        std::memcpy(block + m_nDataSize, data, size);
+    }
+    // The old block goes whatever its mode was, on purpose: only owners append.
+    delete[] m_pData;
+    TakeBlock(block, m_nDataSize + size, BYTE_BUFFER_OWNED);
+}
+
+void CByteBuffer::SetName(const char* name) {
+    char* copy = CopyOfText(name);
+    delete[] m_pszName;
+    m_pszName = copy;
+}
+
+void CByteBuffer::TakeBlock(unsigned char* block, unsigned int size, unsigned char mode) {
+    const bool empty = block == nullptr || size == 0;
+    m_pData = block;
+    m_nDataSize = empty ? 0 : size;
+    m_nMode = empty ? static_cast<unsigned char>(BYTE_BUFFER_EMPTY) : mode;
+}
+
+void CByteBuffer::FreeData() {
+    if (m_nMode == BYTE_BUFFER_OWNED || m_nMode == BYTE_BUFFER_ADOPTED)
+        delete[] m_pData;
+    TakeBlock(nullptr, 0, BYTE_BUFFER_EMPTY);
+}
+
+void CByteBuffer::Swap(CByteBuffer& other) noexcept {
+    std::swap(m_pData, other.m_pData);
+    std::swap(m_nDataSize, other.m_nDataSize);
+    std::swap(m_nMode, other.m_nMode);
+    std::swap(m_nBaseAddress, other.m_nBaseAddress);
+    std::swap(m_nFlag, other.m_nFlag);
+    std::swap(m_pszName, other.m_pszName);
+}
