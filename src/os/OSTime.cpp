@@ -1,0 +1,54 @@
+#include "os/OSTime.h"
+
+#include <sys/time.h>
+
+#include <cerrno>
+
+#include "os/CancellationWindow.h"
+
+namespace {
+
+timeval ReadWallClock() {
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return now;
+}
+
+}  // namespace
+
+// Those who measure intervals with this count on the value within the second; a running count
+// would change every time they report.
+unsigned int GetCurrentOSTimeMS() {
+    return static_cast<unsigned int>(ReadWallClock().tv_usec / 1000);
+}
+
+void GetCurrentOSTime(dth* time) {
+    const timeval now = ReadWallClock();
+    tm local{};
+    localtime_r(&now.tv_sec, &local);
+    *time = dth{};
+    time->hour = static_cast<std::uint8_t>(local.tm_hour);
+    time->minute = static_cast<std::uint8_t>(local.tm_min);
+    time->second = static_cast<std::uint8_t>(local.tm_sec);
+    time->milliseconds = static_cast<std::uint16_t>(now.tv_usec / 1000);
+}
+
+void PutThreadToSleep(unsigned int ms) {
+    timespec length{};
+    length.tv_sec = static_cast<time_t>(ms / 1000);
+    length.tv_nsec = static_cast<long>(ms % 1000) * 1000000;
+    __nsleep(&length, nullptr);
+}
+
+int __nsleep(const timespec* req, timespec* rem) {  // NOLINT(bugprone-reserved-identifier)
+    const CCancellationWindow window;
+    timespec left = *req;
+    timespec next{};
+    while (nanosleep(&left, &next) != 0 && errno == EINTR) {
+        left = next;
+        if (rem != nullptr) {
+            *rem = left;
+        }
+    }
+    return 1;
+}
