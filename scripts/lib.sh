@@ -1,0 +1,56 @@
+# shellcheck shell=sh
+# Shared by the scripts here; sourced, not run. Installs what a script needs and the machine lacks.
+
+missing=""
+
+# need_command COMMAND PACKAGE: notes the Debian package when the command is not there.
+need_command() {
+    command -v "$1" >/dev/null 2>&1 || missing="$missing $2"
+}
+
+# has_header HEADER: whether the C++ compiler finds it.
+has_header() {
+    printf '#if !__has_include(<%s>)\n#error not there\n#endif\n' "$1" |
+        g++ -E -x c++ - >/dev/null 2>&1
+}
+
+# need_header HEADER PACKAGE: the same for a C++ header.
+need_header() {
+    has_header "$1" || missing="$missing $2"
+}
+
+need_build_tools() {
+    need_command g++ g++
+    need_command cmake cmake
+    need_command ninja ninja-build
+    need_command python3 python3
+}
+
+# install_missing: installs all packages noted so far. Says nothing when there is none.
+install_missing() {
+    [ -n "$missing" ] || return 0
+    as_root=""
+    if [ "$(id -u)" -ne 0 ]; then
+        as_root="sudo"
+    fi
+    if ! command -v apt-get >/dev/null 2>&1; then
+        echo "Please install the counterparts of these Debian packages first:$missing" >&2
+        return 1
+    fi
+    if [ -n "$as_root" ] && ! command -v sudo >/dev/null 2>&1; then
+        echo "Please run this as root first: apt-get install$missing" >&2
+        return 1
+    fi
+    echo "Installing:$missing"
+    # The list of packages is split into words on purpose.
+    # shellcheck disable=SC2086
+    $as_root apt-get -qq update &&
+        $as_root env DEBIAN_FRONTEND=noninteractive \
+            apt-get -qq install -y --no-install-recommends $missing
+    missing=""
+}
+
+# job_count: how many jobs to run side by side.
+job_count() {
+    nproc 2>/dev/null || echo 2
+}
