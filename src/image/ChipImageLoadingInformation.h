@@ -1,0 +1,129 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "image/ChipImageByteData.h"
+#include "image/CustomDownloadAssistant.h"
+#include "rules/ChipDownloadDescriptor.h"
+
+class CChipDownloader;
+class CCommunicationParameters;
+
+// What is to be loaded and how: the request, the user's overrides, and, once prepared, the images
+// in the order in which they are kept (minidriver, configuration, firmware, supplied). All
+// parameters come from rule set 0 of the request.
+//
+// Operations that can fail return an error text, empty on success. Copies share the custom download
+// assistant. Not synchronised: prepared before the download thread starts, only read after that.
+class CChipImageLoadingInformation {
+public:
+    // What FindNextDataChunk answers when there is no such chunk.
+    static constexpr unsigned int NO_CHUNK = 0xFFFFFFFFU;
+
+    // vnpFileName may be null. emptyLoadAllowed: preparing without any data file is no error.
+    CChipImageLoadingInformation(const CChipDownloadDescriptor& descriptor, bool emptyLoadAllowed,
+                                 const char* vnpFileName);
+
+    // Driven by the rules of a VNP file, with file names that override its own. Any text may be
+    // null; suppliedImages are ready-made images that are loaded after the files (may be null).
+    CChipImageLoadingInformation(const char* vnpFileName, const CCommunicationParameters& params,
+                                 const char* firmwareFile, const char* configFile,
+                                 const char* minidriverFile, const char* minidriversDirectory,
+                                 const std::vector<CChipImageByteData>* suppliedImages);
+
+    // The three files loaded in Vintor mode; any of them may be null.
+    CChipImageLoadingInformation(const char* minidriverFile, const char* configFile,
+                                 const char* firmwareFile);
+
+    void MarkVintorMode() { m_bVintorMode = true; }
+    bool IsVintorMode() const { return m_bVintorMode; }
+    void SetFlagIssueDownloadMinidriverCommand(bool issue) { m_bIssueDownloadMinidriver = issue; }
+    bool NeedToIssueDownloadMinidriverCommand() const { return m_bIssueDownloadMinidriver; }
+
+    // Bytes in a record of the minidriver; 0 = no override.
+    void SetDLMinidriverChunkSizeOverride(unsigned int size) { m_nMinidriverChunkSize = size; }
+    unsigned int GetDLMinidriverChunkSizeOverride() const { return m_nMinidriverChunkSize; }
+
+    // The overrides: -1 = the rule set decides, 0 = no, 1 = yes.
+    void SetNeedToErase(bool need) { m_nNeedToErase = need ? 1 : 0; }
+    void SetNeedToWrite(bool need) { m_nNeedToWrite = need ? 1 : 0; }
+    void SetNeedToVerify(bool need) { m_nNeedToVerify = need ? 1 : 0; }
+    void SetNeedToCheckCRC(bool need) { m_nNeedToCheckCRC = need ? 1 : 0; }
+    int GetNeedToErase() const { return m_nNeedToErase; }
+    int GetNeedToWrite() const { return m_nNeedToWrite; }
+    int GetNeedToVerify() const { return m_nNeedToVerify; }
+    int GetNeedToCheckCRC() const { return m_nNeedToCheckCRC; }
+
+    // Outside Vintor mode, names the procedure that downloads; the configuration files are then its
+    // input. Called before PrepareToLoad.
+    void SetCustomDownloadType(std::string type) { m_strCustomDownloadType = std::move(type); }
+    // Null when there is none.
+    const char* GetCustomDLTypeIfSpecified() const { return TextOrNull(m_strCustomDownloadType); }
+    const char* GetVnpFileNameIfSpecified() const { return TextOrNull(m_strVnpFileName); }
+
+    // Where the loaded code starts: what the launch record of the last HCD configuration file said,
+    // inside a loaded range or not; 0 without one.
+    unsigned int GetLaunchAddress() const { return m_nLaunchAddress; }
+    CCustomDownloadAssistant* GetCustomDownloader() const { return m_CustomDownloader.Get(); }
+    CChipDownloadDescriptor& GetDescriptor() { return m_Descriptor; }
+    const CChipDownloadDescriptor& GetDescriptor() const { return m_Descriptor; }
+
+    // Reads every file into its chunk, or hands over to the custom download's own preparation.
+    // Chunks read before an error stay.
+    std::string PrepareToLoad(CChipDownloader* downloader);
+
+    unsigned int CountChunks() const { return static_cast<unsigned int>(m_Chunks.size()); }
+    CChipImageByteData& GetChunk(unsigned int index) { return m_Chunks[index]; }
+    const CChipImageByteData& GetChunk(unsigned int index) const { return m_Chunks[index]; }
+    void AddChunk(CChipImageByteData chunk) { m_Chunks.push_back(std::move(chunk)); }
+
+    // The first chunk at or after start whose name and source type are the given ones, whatever
+    // their case; null matches everything.
+    unsigned int FindNextDataChunk(const char* name, const char* sourceType,
+                                   unsigned int start) const;
+
+    // "EEPROM", "FLASH", "RAM" or "???" from the rules, "" without rules. A rule set has to say it:
+    // when it does not, the answer is "" and *error (may be null) names the missing parameter.
+    std::string GetVintorMemoryType(std::string* error = nullptr) const;
+
+    // Reads a configuration text into the image.
+    std::string LoadVintorConfig(const char* fileName, CChipImageByteData& image) const;
+
+    // Rule set 0 of the request, or null.
+    const CDownloadRulesSet* GetRules() const;
+
+private:
+    static const char* TextOrNull(const std::string& text) {
+        return text.empty() ? nullptr : text.c_str();
+    }
+
+    std::string VintorModeInit(const char* minidriverFile, const char* configFile,
+                               const char* firmwareFile,
+                               const std::vector<CChipImageByteData>* suppliedImages);
+    void CustomDownloadInit(const char* type, const CDownloadRulesSet& rules,
+                            const char* minidriverFile, const char* configFile,
+                            const char* firmwareFile,
+                            const std::vector<CChipImageByteData>* suppliedImages);
+    std::string VintorModePrepare();
+    std::string LoadMinidriver();
+    std::string LoadConfigFile(const std::string& fileName);
+    std::string LoadFirmwareFile(const std::string& fileName);
+    std::string CustomDownloadPrepare(CChipDownloader* downloader);
+
+    CChipDownloadDescriptor m_Descriptor;
+    std::vector<CChipImageByteData> m_Chunks;
+    std::vector<CChipImageByteData> m_SuppliedImages;
+    std::string m_strVnpFileName;
+    bool m_bVintorMode = false;
+    bool m_bIssueDownloadMinidriver = true;
+    std::string m_strCustomDownloadType;
+    CCustomDownloadAssistantRef m_CustomDownloader;
+    unsigned int m_nLaunchAddress = 0;
+    bool m_bEmptyLoadAllowed = false;
+    int m_nNeedToErase = -1;
+    int m_nNeedToWrite = -1;
+    int m_nNeedToVerify = -1;
+    int m_nNeedToCheckCRC = -1;
+    unsigned int m_nMinidriverChunkSize = 0;
+};

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <utility>
+
+class CChipDownloader;
+class CChipImageLoadingInformation;
+
+// A download procedure for one family of chips that the standard sequence does not serve. The
+// loading information makes it, prepares it while loading and shares it by reference count with its
+// copies.
+//
+// DownloadPrepare runs on the thread that prepares the download, ExecuteDownload on the download
+// thread; the reference count may be changed from any thread.
+class CCustomDownloadAssistant {
+public:
+    // The loading information that images are added to; not owned.
+    explicit CCustomDownloadAssistant(CChipImageLoadingInformation* owner) : m_pOwner(owner) {}
+    CCustomDownloadAssistant(const CCustomDownloadAssistant&) = delete;
+    CCustomDownloadAssistant& operator=(const CCustomDownloadAssistant&) = delete;
+    virtual ~CCustomDownloadAssistant() = default;
+
+    // Loads the images and settles the chip's mode. Returns an error text, empty on success.
+    virtual std::string DownloadPrepare(CChipDownloader* downloader) = 0;
+
+    // Always 0: the outcome is the downloader's state and error.
+    virtual unsigned int ExecuteDownload(CChipDownloader* downloader) = 0;
+
+    // Both return the new count; whoever sees 0 deletes the object.
+    unsigned int IncRefCount() { return ++m_nRefCount; }
+    unsigned int DecRefCount() { return --m_nRefCount; }
+
+protected:
+    CChipImageLoadingInformation* Owner() const { return m_pOwner; }
+
+private:
+    CChipImageLoadingInformation* m_pOwner;
+    std::atomic<unsigned int> m_nRefCount = 1;
+};
+
+// One reference to an assistant, counted; empty when there is none.
+class CCustomDownloadAssistantRef {
+public:
+    CCustomDownloadAssistantRef() = default;
+    // Takes over the reference that a new assistant is born with.
+    explicit CCustomDownloadAssistantRef(CCustomDownloadAssistant* born) : m_pAssistant(born) {}
+    CCustomDownloadAssistantRef(const CCustomDownloadAssistantRef& other)
+        : m_pAssistant(other.m_pAssistant) {
+        if (m_pAssistant != nullptr) {
+            m_pAssistant->IncRefCount();
+        }
+    }
+    CCustomDownloadAssistantRef(CCustomDownloadAssistantRef&& other) noexcept
+        : m_pAssistant(std::exchange(other.m_pAssistant, nullptr)) {}
+    CCustomDownloadAssistantRef& operator=(CCustomDownloadAssistantRef other) noexcept {
+        std::swap(m_pAssistant, other.m_pAssistant);
+        return *this;
+    }
+    ~CCustomDownloadAssistantRef() {
+        if (m_pAssistant != nullptr && m_pAssistant->DecRefCount() == 0) {
+            delete m_pAssistant;
+        }
+    }
+
+    CCustomDownloadAssistant* Get() const { return m_pAssistant; }
+
+private:
+    CCustomDownloadAssistant* m_pAssistant = nullptr;
+};
+
+// Makes the assistant for a custom download type, compared without regard to case, or returns null
+// for a type that nobody serves. The loading information needs it; the floor of the procedures
+// defines it.
+CCustomDownloadAssistant* MakeCustomDownloadAssistant(const char* type,
+                                                      CChipImageLoadingInformation* owner);
