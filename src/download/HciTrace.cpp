@@ -1,0 +1,58 @@
+#include "download/HciTrace.h"
+
+#include "os/OSTime.h"
+#include "util/DateTimeHolder.h"
+#include "util/FormatText.h"
+#include "util/HexText.h"
+
+std::atomic<FILE*> fDebugPrint = nullptr;
+
+namespace {
+
+constexpr int MAX_BYTES_IN_DEBUG_LINE = 32;
+
+void AppendBytes(std::string& text, const unsigned char* bytes, unsigned int count) {
+    const std::size_t start = text.size();
+    text.resize(start + std::size_t{3} * count);
+    char* cursor = text.data() + start;
+    for (unsigned int i = 0; i < count; ++i) {
+        AppendSpaceAndHexByte(&cursor, bytes[i]);
+    }
+}
+
+}  // namespace
+
+void DebugOut(const char* label, const unsigned char* bytes, unsigned int count) {
+    FILE* const stream = fDebugPrint;
+    if (stream == nullptr) {
+        return;
+    }
+    dth now;
+    GetCurrentOSTime(&now);
+    std::string text = CDateTimeHolder(now).AsText() + " " + (label == nullptr ? "" : label);
+    if (bytes != nullptr && count != 0) {
+        text += FormatText("\n%d bytes: ", static_cast<int>(count));
+        ConcatHexBytesToString(text, bytes, static_cast<int>(count), MAX_BYTES_IN_DEBUG_LINE);
+    }
+    std::fprintf(stream, "%s\n", text.c_str());
+}
+
+std::string ShowBytesString(const char* label, const unsigned char* bytes, unsigned int count,
+                            unsigned int maxShown) {
+    std::string text = FormatText("%s (%0d bytes):", label, static_cast<int>(count));
+    if (count <= maxShown) {
+        AppendBytes(text, bytes, count);
+        return text;
+    }
+    const unsigned int half = maxShown / 2;
+    AppendBytes(text, bytes, half);
+    text += " ... ";
+    AppendBytes(text, bytes + (count - half), half);
+    return text;
+}
+
+void AppendSpaceAndHexByte(char** cursor, unsigned char value) {
+    *(*cursor)++ = ' ';
+    *(*cursor)++ = HexDigit(static_cast<unsigned char>(value >> 4));
+    *(*cursor)++ = HexDigit(value);
+}
