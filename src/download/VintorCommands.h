@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+
+class CByteBuffer;
+class CChipDownloader;
+class CSerialConnector;
+
+// The chip's vendor commands, one exchange each (vendor-specific HCI commands, Bluetooth Core Vol 4
+// Part E, 5.4.1). Addresses and counts go out little-endian. Called on the download thread.
+
+// Write RAM: n bytes at address. n is one byte on the wire; up to 251 make a well-formed command.
+bool VintorDownloadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
+                                const unsigned char* data, unsigned char n, unsigned int address);
+
+// Read RAM: reads n bytes at address back and compares. *error names the first byte that differs,
+// with its address and both values, or what went wrong with the exchange.
+bool VintorVerifySingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
+                              const unsigned char* data, unsigned char n, unsigned int address,
+                              std::string* error);
+
+// Launch RAM at the minidriver's start; reports success as status details, failure as the error.
+bool VintorMinidriverLaunch(CChipDownloader* downloader, unsigned int address);
+
+// Launch RAM at the launch address of the loading information; reports the same way.
+bool VintorDownloadReset(CChipDownloader* downloader);
+
+// Erases the chip's non-volatile memory and waits for it, about 25 s between two progress events
+// and 50 s in all at most. A failure is set as the error.
+bool VintorChipErase(CChipDownloader* downloader);
+
+// Lets the chip compute the CRC-32 of byteCount bytes at address and compares. A difference or a
+// missing answer is set as the error. Holds the access lock for the whole exchange.
+bool VerifyCRC(CChipDownloader* downloader, unsigned int address, unsigned int byteCount,
+               unsigned int expectedCRC);

@@ -1,0 +1,128 @@
+#include "download/VintorDownload.h"
+
+#include <string>
+
+#include "download/DownloaderAccess.h"
+#include "download/HciExchange.h"
+#include "download/VintorCommands.h"
+#include "download/VintorImages.h"
+#include "download/VintorMinidriver.h"
+#include "util/Crc32.h"
+#include "util/TextCase.h"
+
+namespace {
+
+// The phases that a download goes through.
+struct CPhases {
+    bool m_bErase = false;
+    bool m_bWrite = true;
+    bool m_bVerify = false;
+    bool m_bCheckCRC = false;
+};
+
+void ApplyRules(const CDownloadRulesSet& rules, bool nonVolatile, CPhases* phases) {
+    const char* eraseMode = rules.GetDownloadParameter("DLSectorEraseMode");
+    phases->m_bErase =
+        eraseMode != nullptr && EqualIgnoringCase(eraseMode, "Chip erase") && nonVolatile;
+    const char* writeVerifyMode = rules.GetDownloadParameter("DLWriteVerifyMode");
+    if (writeVerifyMode != nullptr) {
+        const std::string mode = UpperCaseCopy(writeVerifyMode);
+        phases->m_bVerify = mode.find("VERIFY") != std::string::npos;
+        phases->m_bWrite = mode.find("WRITE") != std::string::npos;
+    }
+}
+
+// What the user said on the command line wins over the rules.
+void ApplyOverride(int choice, bool* phase) {
+    if (choice != -1) {
+        *phase = choice == 1;
+    }
+}
+
+CPhases DecidePhases(const CChipImageLoadingInformation& info, const std::string& memoryType) {
+    const bool nonVolatile = memoryType == "EEPROM" || memoryType == "FLASH";
+    CPhases phases;
+    if (const CDownloadRulesSet* rules = info.GetRules()) {
+        ApplyRules(*rules, nonVolatile, &phases);
+    }
+    ApplyOverride(info.GetNeedToVerify(), &phases.m_bVerify);
+    ApplyOverride(info.GetNeedToWrite(), &phases.m_bWrite);
+    if (nonVolatile) {
+        ApplyOverride(info.GetNeedToErase(), &phases.m_bErase);
+    }
+    ApplyOverride(info.GetNeedToCheckCRC(), &phases.m_bCheckCRC);
+    return phases;
+}
+
+void EnterState(CChipDownloader* downloader, DownloadStates state) {
+    const CDownloaderAccess access(downloader);
+    downloader->SetState(state);
+}
+
+void Fail(CChipDownloader* downloader, const std::string& error) {
+    const CDownloaderAccess access(downloader);
+    downloader->SetError(error.c_str());
+}
+
+bool ResetChip(CChipDownloader* downloader) {
+    if (PerformHCIReset(downloader)) {
+        return true;
+    }
+    Fail(downloader, "Failed to execute HCI Reset");
+    return false;
+}
+
+bool EraseChip(CChipDownloader* downloader) {
+    EnterState(downloader, DOWNLOAD_ERASING_CHIP);
+    return VintorChipErase(downloader);
+}
+
+// Firmware always goes before configuration data.
+bool WriteImages(CChipDownloader* downloader, bool checkCRC) {
+    const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
+    EnterState(downloader, DOWNLOAD_READY_TO_DOWNLOAD);
+    if (files.CountFirmwareFiles() > 0 && !VintorDownloadFirmware(downloader, checkCRC)) {
+        return false;
+    }
+    EnterState(downloader, DOWNLOAD_READY_TO_DOWNLOAD);
+    return files.CountConfigDataFiles() == 0 || VintorDownloadConfigData(downloader, checkCRC);
+}
+
+bool VerifyImages(CChipDownloader* downloader) {
+    const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
+    EnterState(downloader, DOWNLOAD_READY_TO_VERIFY);
+    if (files.CountFirmwareFiles() > 0 && !VintorVerifyFirmware(downloader)) {
+        return false;
+    }
+    EnterState(downloader, DOWNLOAD_READY_TO_VERIFY);
+    return files.CountConfigDataFiles() == 0 || VintorVerifyConfigData(downloader);
+}
+
+bool RunPhases(CChipDownloader* downloader, const CPhases& phases) {
+    const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
+    return ResetChip(downloader) &&
+           (files.CountMinidriverFiles() != 1 || VintorDownloadMinidriver(downloader)) &&
+           (!phases.m_bErase || EraseChip(downloader)) &&
+           (!phases.m_bWrite || WriteImages(downloader, phases.m_bCheckCRC)) &&
+           (!phases.m_bVerify || VerifyImages(downloader)) && VintorDownloadReset(downloader);
+}
+
+}  // namespace
+
+unsigned int VintorDownloadingFunction(CChipDownloader* downloader) {
+    const CChipImageLoadingInformation& info = *downloader->DownloadInfo();
+    std::string error;
+    const std::string memoryType = info.GetVintorMemoryType(&error);
+    if (!error.empty()) {
+        Fail(downloader, error);
+        return 0;
+    }
+    const CPhases phases = DecidePhases(info, memoryType);
+    if (phases.m_bCheckCRC) {
+        make_crc_table();
+    }
+    if (RunPhases(downloader, phases)) {
+        EnterState(downloader, DOWNLOAD_COMPLETED);
+    }
+    return 0;
+}

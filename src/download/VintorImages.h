@@ -1,0 +1,15 @@
+#pragma once
+
+class CChipDownloader;
+
+// The passes over all images of a kind, range by range, record by record, on the download thread.
+// Each returns whether the download goes on: a failure has set the error; a pass entered in the
+// wrong state, or left because of a cancel, returns false without a message.
+
+// Write, from state "ready to download"; with checkCRC the chip checks each range when it is full.
+bool VintorDownloadFirmware(CChipDownloader* downloader, bool checkCRC);
+bool VintorDownloadConfigData(CChipDownloader* downloader, bool checkCRC);
+
+// Read back and compare, from state "ready to verify".
+bool VintorVerifyFirmware(CChipDownloader* downloader);
+bool VintorVerifyConfigData(CChipDownloader* downloader);

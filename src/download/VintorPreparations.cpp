@@ -1,0 +1,133 @@
+#include <climits>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "download/ChipDownloader.h"
+#include "download/HciExchange.h"
+#include "util/HexText.h"
+
+namespace {
+
+constexpr unsigned int MAX_MESSAGE_BYTES = 128;
+constexpr char MESSAGES_NAME[] = "CChipDownloader::VintorPreDownloadSendMessages: ";
+
+// What stands between the next "{" and the "}" behind it; moves *cursor behind the "}". False when
+// a brace is missing.
+bool TakeBraceGroup(std::string_view* cursor, std::string* group) {
+    const std::size_t open = cursor->find('{');
+    if (open == std::string_view::npos) {
+        return false;
+    }
+    const std::size_t close = cursor->find('}', open);
+    if (close == std::string_view::npos) {
+        return false;
+    }
+    *group = cursor->substr(open + 1, close - open - 1);
+    cursor->remove_prefix(close + 1);
+    return true;
+}
+
+bool ParseMessageBytes(const std::string& text, std::vector<unsigned char>* bytes) {
+    bytes->resize(MAX_MESSAGE_BYTES);
+    unsigned int count = 0;
+    if (!ParseHexBytesFromString(text.c_str(), bytes->data(), MAX_MESSAGE_BYTES, &count)) {
+        return false;
+    }
+    bytes->resize(count);
+    return count > 0;
+}
+
+// A leading decimal number, as scanf's %d reads it; 0 when there is none. What is no sensible time
+// to wait (negative, beyond 32 bits) is none.
+unsigned int ParseMaxTime(const std::string& text) {
+    const long value = std::strtol(text.c_str(), nullptr, 10);
+    return value > 0 && value <= INT_MAX ? static_cast<unsigned int>(value) : 0;
+}
+
+}  // namespace
+
+std::string CChipDownloader::VintorDownloadFinalPreparations() {
+    if (!m_LoadingInformation.IsVintorMode()) {
+        return "CChipDownloader::PrepareForVintorDownload ERROR: NOT VINTOR MODE";
+    }
+    std::string error = VintorPreDownloadSendMessages();
+    if (!error.empty() || !m_LoadingInformation.NeedToIssueDownloadMinidriverCommand()) {
+        return error;
+    }
+    AddLogText("About to execute DownloadMinidriver command");
+    return VintorDownloadMinidriverCommand();
+}
+
+std::string CChipDownloader::VintorDownloadMinidriverCommand() {
+    unsigned char command[] = {0x2E, 0xFC, 0x00};
+    unsigned char expected[] = {0x0E, 0x04, 0x01, 0x2E, 0xFC, 0x00};
+    std::string error;
+    if (!SendCommandAndWaitForCompletion(m_pConnector, UARTTransmitPrefix(), command,
+                                         sizeof command, expected, sizeof expected, 100, &error,
+                                         nullptr)) {
+        error += " VintorDownloadMinidriver failed!";
+    }
+    return error;
+}
+
+std::string CChipDownloader::VintorPreDownloadSendMessages() {
+    const CDownloadRulesSet* rules = m_LoadingInformation.GetRules();
+    const char* cursor =
+        rules == nullptr ? nullptr : rules->GetDownloadParameter("CustomVintorPreloadMessages");
+    std::string toSend;
+    std::string expectedBack;
+    std::string maxTime;
+    std::string error;
+    while (error.empty() && (cursor = ExtractNextByteSequenceToSend(cursor, &toSend, &expectedBack,
+                                                                    &maxTime)) != nullptr) {
+        error = SendPreloadMessage(toSend, expectedBack, maxTime);
+    }
+    return error;
+}
+
+std::string CChipDownloader::SendPreloadMessage(const std::string& toSend,
+                                                const std::string& expectedBack,
+                                                const std::string& maxTime) {
+    AddLogText(("Sending custom preload message bytes" + toSend).c_str());
+    std::vector<unsigned char> command;
+    if (!ParseMessageBytes(toSend, &command)) {
+        return std::string(MESSAGES_NAME) + "Invalid BYTES TO SEND:" + toSend;
+    }
+    std::vector<unsigned char> expected;
+    if (!ParseMessageBytes(expectedBack, &expected)) {
+        return std::string(MESSAGES_NAME) + "Invalid BYTES EXPECTED BACK:" + expectedBack;
+    }
+    const unsigned int timeoutMs = ParseMaxTime(maxTime);
+    if (timeoutMs == 0) {
+        return std::string(MESSAGES_NAME) + "Invalid MAX TIME TO WAIT:" + maxTime;
+    }
+    // Without a prefix: the bytes go out exactly as they are written.
+    std::string error;
+    if (!SendCommandAndWaitForCompletion(m_pConnector, nullptr, command.data(),
+                                         static_cast<unsigned int>(command.size()), expected.data(),
+                                         static_cast<unsigned int>(expected.size()), timeoutMs,
+                                         &error, nullptr)) {
+        return std::string(MESSAGES_NAME) + "SendCommandAndWaitForCompletion call failed" + error;
+    }
+    return {};
+}
+
+const char* CChipDownloader::ExtractNextByteSequenceToSend(const char* text,
+                                                           std::string* bytesToSend,
+                                                           std::string* bytesExpected,
+                                                           std::string* maxTime) {
+    bytesToSend->clear();
+    bytesExpected->clear();
+    maxTime->clear();
+    if (text == nullptr) {
+        return nullptr;
+    }
+    std::string_view cursor(text);
+    if (!TakeBraceGroup(&cursor, bytesToSend) || !TakeBraceGroup(&cursor, bytesExpected) ||
+        !TakeBraceGroup(&cursor, maxTime)) {
+        return nullptr;
+    }
+    return cursor.data();
+}
