@@ -1,0 +1,137 @@
+#include "rules/DownloadRulesSet.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "util/FileHandle.h"
+#include "util/TextLines.h"
+
+namespace {
+
+constexpr std::string_view SET_MARK = "DevicePreset";
+constexpr std::size_t FIRST_LINE_LENGTH = 249;
+constexpr std::size_t LINE_LENGTH = 1019;
+
+// A path as the caller gives it: "file", or "file@preset" with or without quotes around the preset.
+struct VNP_SOURCE {
+    std::string fileName;
+    std::string quotedPreset;  // empty when the first set is wanted
+};
+
+VNP_SOURCE SplitPath(const std::string& path) {
+    const std::size_t at = path.find('@');
+    if (at == std::string::npos) {
+        return {path, ""};
+    }
+    std::string preset = path.substr(at + 1);
+    if (!IsDoubleQuoted(preset.c_str())) {
+        preset = '"' + preset + '"';
+    }
+    return {path.substr(0, at), preset == "\"\"" ? "" : preset};
+}
+
+// A line that is too long comes in pieces, each of them a line of its own. A NUL ends its piece.
+bool ReadVnpLine(std::FILE* file, std::size_t maxLength, std::string& line) {
+    const bool found = ReadLinePiece(file, maxLength, line);
+    line.resize(std::strlen(line.c_str()));
+    return found;
+}
+
+bool StartsSet(std::string_view line) {
+    return line.starts_with(SET_MARK);
+}
+
+bool IsWantedSet(const std::string& line, const VNP_SOURCE& source) {
+    return source.quotedPreset.empty() || line.find(source.quotedPreset) != std::string::npos;
+}
+
+void StoreParameterLine(CDownloadRulesSet& rules, std::string_view line) {
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        return;
+    }
+    const std::string name(TrimmedView(line.substr(0, equals)));
+    std::string value(TrimmedView(line.substr(equals + 1)));
+    if (IsDoubleQuoted(value.c_str())) {
+        value = value.substr(1, value.size() - 2);
+    }
+    // Errors are dropped on purpose: a parameter without name or value is skipped, and a repeated
+    // one keeps its first value.
+    rules.SetDownloadParameter(name.c_str(), value.c_str(), false);
+}
+
+}  // namespace
+
+CDownloadRulesSet::CDownloadRulesSet(const char* name) : m_strName(name == nullptr ? "" : name) {}
+
+std::string CDownloadRulesSet::LoadFromDownloadParametersFile(const char* path) {
+    std::string error;
+    return ProcessAsVnp(path, &error) ? error : "NA";
+}
+
+bool CDownloadRulesSet::ProcessAsVnp(const char* path, std::string* error) {
+    const VNP_SOURCE source = SplitPath(path == nullptr ? "" : path);
+    const CFileHandle file = OpenFileForReading(source.fileName.c_str());
+    std::string line;
+    if (!file || !ReadVnpLine(file.get(), FIRST_LINE_LENGTH, line) || !StartsSet(line)) {
+        return false;
+    }
+    bool selected = IsWantedSet(line, source);
+    while (ReadVnpLine(file.get(), LINE_LENGTH, line)) {
+        if (!StartsSet(line)) {
+            if (selected) {
+                StoreParameterLine(*this, line);
+            }
+        } else if (selected) {
+            break;
+        } else {
+            selected = IsWantedSet(line, source);
+        }
+    }
+    if (!selected) {
+        *error = "In the VNP file " + source.fileName +
+                 " could not find a specified set of download parameters";
+        // Without a preset the first set is always taken, so one was named here.
+        *error += ' ' + source.quotedPreset;
+    }
+    return true;
+}
+
+const char* CDownloadRulesSet::GetDownloadParameter(const char* name) const {
+    return m_Parameters.FindValueFromName(name);
+}
+
+std::string CDownloadRulesSet::SetDownloadParameter(const char* name, const char* value,
+                                                    bool allowOverride) {
+    if (name == nullptr || *name == '\0') {
+        return "NULL or empty parameter name";
+    }
+    if (value == nullptr || *value == '\0') {
+        return "NULL or empty parameter value";
+    }
+    if (GetDownloadParameter(name) != nullptr) {
+        if (!allowOverride) {
+            return std::string("Parameter ") + name + " already exists";
+        }
+        // A copy, because the value may be the very text that is about to go.
+        const std::string newValue(value);
+        m_Parameters.RemoveValue(name);
+        return m_Parameters.AddValue(name, newValue.c_str());
+    }
+    return m_Parameters.AddValue(name, value);
+}
+
+std::string CDownloadRulesSet::OverrideParameters(const CNameValueTable& table) {
+    std::vector<std::string> names;
+    std::vector<std::string> values;
+    table.GetAllNamesAndValues(names, values);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        std::string error = SetDownloadParameter(names[i].c_str(), values[i].c_str(), true);
+        if (!error.empty()) {
+            return error;
+        }
+    }
+    return {};
+}
