@@ -45,8 +45,8 @@ install_missing() {
     # The list of packages is split into words on purpose.
     # shellcheck disable=SC2086
     $as_root apt-get -qq update &&
-        $as_root env DEBIAN_FRONTEND=noninteractive \
-            apt-get -qq install -y --no-install-recommends $missing
+        $as_root env DEBIAN_FRONTEND=noninteractive DEBCONF_NOWARNINGS=yes \
+            apt-get -qq install -y --no-install-recommends $missing >/dev/null
     missing=""
 }
 
