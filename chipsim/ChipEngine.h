@@ -1,0 +1,52 @@
+#pragma once
+
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "chipsim/ChipCommand.h"
+#include "chipsim/ChipSettings.h"
+#include "chipsim/HciChip.h"
+#include "chipsim/PacketFramer.h"
+#include "chipsim/SparseMemory.h"
+
+// The whole chip without its line: bytes in, replies out.
+//
+// Not synchronised: one thread at a time.
+class CChipEngine {
+public:
+    explicit CChipEngine(const CHIP_SETTINGS& settings);
+    CChipEngine(const CChipEngine&) = delete;
+    CChipEngine& operator=(const CChipEngine&) = delete;
+
+    // Takes the bytes, carries out every packet that they complete and returns what the chip
+    // sends, in order.
+    std::vector<CHIP_REPLY> Receive(std::span<const unsigned char> bytes);
+
+    // A packet that has begun and whose rest does not come is given up, as a chip's own byte
+    // time-out does, so that the next packet is seen.
+    bool IsMidPacket() const { return m_Framer.IsMidPacket(); }
+    void LineWentQuiet() { m_Framer.Restart(); }
+
+    // Called for each command once it is carried out, on the thread that calls Receive.
+    void SetObserver(std::function<void(const CHIP_COMMAND&)> observer);
+
+    CSparseMemory& Memory() { return m_Memory; }
+    const CSparseMemory& Memory() const { return m_Memory; }
+
+    // Both are empty when the settings keep no log.
+    const std::vector<CHIP_COMMAND>& Commands() const { return m_Commands; }
+    const std::vector<unsigned char>& ReceivedBytes() const { return m_ReceivedBytes; }
+
+private:
+    CHIP_REPLY Execute(CHIP_COMMAND& command);
+    void Record(CHIP_COMMAND&& command);
+
+    const CHIP_SETTINGS m_Settings;
+    CSparseMemory m_Memory;
+    CPacketFramer m_Framer;
+    CHciChip m_Hci;
+    std::function<void(const CHIP_COMMAND&)> m_Observer;
+    std::vector<CHIP_COMMAND> m_Commands;
+    std::vector<unsigned char> m_ReceivedBytes;
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+
+// How the simulated chip behaves.
+struct CHIP_SETTINGS {
+    // Bits per second in each direction, 10 bits to a byte; 0 = as fast as it can.
+    unsigned int baud = 115200;
+
+    // A chip erase takes this long and sends its progress markers evenly spread over that time.
+    unsigned int eraseTimeMs = 200;
+    unsigned int eraseMarkers = 2;
+
+    // Addresses that a chip erase leaves alone, both included: where a minidriver runs.
+    std::uint32_t ramFirst = 0x00200000;
+    std::uint32_t ramLast = 0x002FFFFF;
+
+    // Whether the commands and the bytes received are kept to be asked for. They grow for as long
+    // as the chip runs, so a port that stays for days does without.
+    bool keepsLog = true;
+};

@@ -1,0 +1,20 @@
+#pragma once
+
+// Owns one descriptor and closes it. -1 stands for none.
+class CFileDescriptor {
+public:
+    CFileDescriptor() = default;
+    explicit CFileDescriptor(int fd) : m_nFd(fd) {}
+    CFileDescriptor(const CFileDescriptor&) = delete;
+    CFileDescriptor& operator=(const CFileDescriptor&) = delete;
+    CFileDescriptor(CFileDescriptor&& other) noexcept;
+    CFileDescriptor& operator=(CFileDescriptor&& other) noexcept;
+    ~CFileDescriptor() { Close(); }
+
+    int Get() const { return m_nFd; }
+    bool IsOpen() const { return m_nFd >= 0; }
+    void Close();
+
+private:
+    int m_nFd = -1;
+};

@@ -1,0 +1,29 @@
+#include "chipsim/PacketFramer.h"
+
+#include <algorithm>
+
+void CPacketFramer::Append(std::span<const unsigned char> bytes) {
+    m_Bytes.insert(m_Bytes.end(), bytes.begin(), bytes.end());
+}
+
+bool CPacketFramer::TakePacket(std::vector<unsigned char>& packet) {
+    const auto start = std::find_if(m_Bytes.begin(), m_Bytes.end(), [](unsigned char byte) {
+        return byte == HCI_COMMAND_INDICATOR || byte == NCI_INDICATOR;
+    });
+    m_Bytes.erase(m_Bytes.begin(), start);
+    if (m_Bytes.size() < HEADER_SIZE)
+        return false;
+    const std::size_t size = HEADER_SIZE + m_Bytes[HEADER_SIZE - 1];
+    if (m_Bytes.size() < size)
+        return false;
+    const auto end = m_Bytes.begin() + static_cast<std::ptrdiff_t>(size);
+    packet.assign(m_Bytes.begin(), end);
+    m_Bytes.erase(m_Bytes.begin(), end);
+    return true;
+}
+
+std::size_t CPacketFramer::Restart() {
+    const std::size_t count = m_Bytes.size();
+    m_Bytes.clear();
+    return count;
+}
