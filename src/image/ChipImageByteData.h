@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstdio>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "util/ByteBuffer.h"
+
+class CHexRunStage;
 
 // One image to be written into the chip: address ranges in the order added, the launch address, the
 // first address loaded and three labels. All addresses are 32-bit and wrap. Operations that can
@@ -62,6 +66,12 @@ public:
     std::string LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount);
 
 private:
+    // The run of staged data becomes a range; the error text for an overlap, empty on success.
+    std::string CloseHexRun(const CHexRunStage& stage, bool allowOverlap);
+    std::string StageHexData(CHexRunStage& stage, unsigned int address,
+                             std::span<const unsigned char> data, bool allowOverlap);
+    std::string ReadHCDRecords(std::FILE* file, bool mergeAdjacent, unsigned int* launchAddress);
+
     std::string m_strSourceType;
     std::string m_strName;
     std::string m_strSourceId;

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "corekit/intelhex/IntelHexBasics.h"
+#include "util/FileHandle.h"
 
 // Reads an Intel HEX text file record by record. Open the file, then call GetMoreInput until it
 // returns false; an error text tells a bad end from a good one. One thread at a time.
@@ -37,10 +36,6 @@ private:
         START_LINEAR = 3,
     };
 
-    struct CFileCloser {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
     void ResetPosition();
     std::string TryFirstLines();
     bool ReadLine(std::string& line, std::string* error);
@@ -50,5 +45,5 @@ private:
     unsigned int m_nStartLinearAddress = 0;
     unsigned int m_nAddressMode = EXTENDED_LINEAR;
     unsigned int m_nLineNumber = 0;
-    std::unique_ptr<std::FILE, CFileCloser> m_pFile;
+    CFileHandle m_pFile;
 };

@@ -1,0 +1,288 @@
+#include "image/ChipImageByteData.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "corekit/intelhex/IntelHexReader.h"
+#include "image/HcdFile.h"
+#include "image/HexRunStage.h"
+#include "image/NcdFile.h"
+#include "util/FileHandle.h"
+#include "util/FormatText.h"
+#include "util/HexText.h"
+
+namespace {
+
+constexpr unsigned int MAX_BYTES_TO_MODIFY = 8192;
+constexpr unsigned int NCD_VERSION_SIZE = 8;
+constexpr unsigned int NCD_PATCH_DESC_SIZE = 8;
+
+std::string TextOrEmpty(const char* text) {
+    return text == nullptr ? "" : text;
+}
+
+CByteBuffer MakeRange(unsigned char* bytes, unsigned int size, unsigned int address) {
+    CByteBuffer range(bytes, size, BYTE_BUFFER_OWNED);
+    range.SetBaseAddress(address);
+    return range;
+}
+
+// Reads past the version block and the descriptors; the error text, empty on success.
+std::string ReadNCDFileHead(std::FILE* file, const char* fileName) {
+    unsigned char version[NCD_VERSION_SIZE];
+    if (std::fread(version, 1, NCD_VERSION_SIZE, file) != NCD_VERSION_SIZE) {
+        return std::string("Failed to read version information from NCD file ") + fileName;
+    }
+    const unsigned char patchSets = version[NCD_VERSION_SIZE - 1];
+    if (patchSets == 0)
+        return std::string("Patch set count is 0 in NCD file ") + fileName;
+    unsigned char descriptor[NCD_PATCH_DESC_SIZE];
+    for (unsigned int i = 0; i < patchSets; ++i) {
+        if (std::fread(descriptor, 1, NCD_PATCH_DESC_SIZE, file) != NCD_PATCH_DESC_SIZE) {
+            return std::string("Failed to skip PATCH_DESC array in NCD file ") + fileName;
+        }
+    }
+    return "";
+}
+
+}  // namespace
+
+CChipImageByteData::CChipImageByteData(const char* sourceType, const char* name,
+                                       const char* sourceId)
+    : m_strSourceType(TextOrEmpty(sourceType)),
+      m_strName(TextOrEmpty(name)),
+      m_strSourceId(TextOrEmpty(sourceId)) {}
+
+void CChipImageByteData::Clear() {
+    m_Ranges.clear();
+    m_nFirstAddressLoaded = 0;
+    m_bFirstAddressKnown = false;
+    m_nLaunchAddress = 0;
+    m_bLaunchAddressKnown = false;
+}
+
+void CChipImageByteData::AddRange(const CByteBuffer& range) {
+    m_Ranges.push_back(range);
+}
+
+unsigned int CChipImageByteData::GetTotalByteSize() const {
+    unsigned int total = 0;
+    for (const CByteBuffer& range : m_Ranges)
+        total += range.GetDataByteSize();
+    return total;
+}
+
+int CChipImageByteData::FindRangeWithThisAddress(unsigned int addr) const {
+    for (size_t i = 0; i < m_Ranges.size(); ++i) {
+        // Asked this way round, a range that ends at 0xFFFFFFFF holds its last byte too.
+        const unsigned int base = m_Ranges[i].GetBaseAddress();
+        if (addr >= base && addr - base < m_Ranges[i].GetDataByteSize()) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+int CChipImageByteData::GetByteValueAtThisAddress(unsigned int addr) const {
+    const int index = FindRangeWithThisAddress(addr);
+    if (index < 0)
+        return -1;
+    const CByteBuffer& range = m_Ranges[static_cast<size_t>(index)];
+    return range.GetDataBuffer()[addr - range.GetBaseAddress()];
+}
+
+bool CChipImageByteData::Overlaps(unsigned int addr, unsigned int size, unsigned int* where) const {
+    // Sums wrap at 32 bits on purpose: data that end at 0xFFFFFFFF have their end at 0.
+    for (const CByteBuffer& range : m_Ranges) {
+        const unsigned int base = range.GetBaseAddress();
+        if (addr + size > base && base + range.GetDataByteSize() - 1 >= addr) {
+            *where = std::max(addr, base);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CChipImageByteData::SetLaunchAddress(unsigned int addr) {
+    if (FindRangeWithThisAddress(addr) < 0)
+        return false;
+    m_nLaunchAddress = addr;
+    m_bLaunchAddressKnown = true;
+    return true;
+}
+
+bool CChipImageByteData::SetFirstAddressLoaded(unsigned int addr) {
+    if (FindRangeWithThisAddress(addr) < 0)
+        return false;
+    m_nFirstAddressLoaded = addr;
+    m_bFirstAddressKnown = true;
+    return true;
+}
+
+std::string CChipImageByteData::ModifyRangeByte(unsigned int rangeIndex, unsigned int offset,
+                                                unsigned char value) {
+    if (rangeIndex >= m_Ranges.size())
+        return "Invalid range index.";
+    const CByteBuffer& range = m_Ranges[rangeIndex];
+    if (offset >= range.GetDataByteSize())
+        return "Invalid byte offset.";
+    range.GetDataBuffer()[offset] = value;
+    return "";
+}
+
+std::string CChipImageByteData::ModifySeveralBytes(unsigned int rangeIndex, unsigned int offset,
+                                                   const char* hexText) {
+    if (rangeIndex >= m_Ranges.size())
+        return "Invalid range index.";
+    std::vector<unsigned char> bytes(MAX_BYTES_TO_MODIFY);
+    unsigned int count = 0;
+    if (hexText == nullptr ||
+        !ParseHexBytesFromString(hexText, bytes.data(), MAX_BYTES_TO_MODIFY, &count) ||
+        count == 0) {
+        return "Failed to parse hex bytes.";
+    }
+    const CByteBuffer& range = m_Ranges[rangeIndex];
+    if (count > range.GetDataByteSize() || offset > range.GetDataByteSize() - count) {
+        return "Invalid byte offset and/or data size.";
+    }
+    std::copy_n(bytes.data(), count, range.GetDataBuffer() + offset);
+    return "";
+}
+
+std::string CChipImageByteData::LoadFromHexFile(const char* fileName, bool clearFirst,
+                                                bool allowOverlap) {
+    if (clearFirst)
+        Clear();
+    CIntelHexReader reader;
+    std::string error = reader.OpenDataFile(fileName);
+    if (!error.empty())
+        return error;
+
+    CHexRunStage stage;
+    unsigned int firstAddress = 0;
+    bool firstNoted = false;
+    unsigned int address = 0;
+    std::vector<unsigned char> data;
+    while (error.empty() && reader.GetMoreInput(&address, data, &error)) {
+        if (data.empty())
+            continue;
+        if (!firstNoted)
+            firstAddress = address;
+        firstNoted = true;
+        error = StageHexData(stage, address, data, allowOverlap);
+    }
+    if (error.empty())
+        error = CloseHexRun(stage, allowOverlap);
+    if (!m_bFirstAddressKnown)
+        SetFirstAddressLoaded(firstAddress);
+    return error;
+}
+
+std::string CChipImageByteData::StageHexData(CHexRunStage& stage, unsigned int address,
+                                             std::span<const unsigned char> data,
+                                             bool allowOverlap) {
+    if (!stage.IsContinuedAt(address)) {
+        std::string error = CloseHexRun(stage, allowOverlap);
+        if (!error.empty())
+            return error;
+        stage.StartAt(address);
+    }
+    if (!stage.HasRoomFor(data.size())) {
+        return FormatText("More than 16 MiB of contiguous data at address 0x%08X", address);
+    }
+    stage.Append(data);
+    return "";
+}
+
+std::string CChipImageByteData::CloseHexRun(const CHexRunStage& stage, bool allowOverlap) {
+    if (stage.IsEmpty())
+        return "";
+    unsigned int where = 0;
+    if (!allowOverlap && Overlaps(stage.GetStart(), stage.GetSize(), &where)) {
+        return FormatText("Data overlap at address 0x%08X", where);
+    }
+    m_Ranges.push_back(MakeRange(stage.GetBytes(), stage.GetSize(), stage.GetStart()));
+    return "";
+}
+
+std::string CChipImageByteData::LoadFromHCDFile(const char* fileName, unsigned int* launchAddress,
+                                                bool mergeAdjacent) {
+    Clear();
+    if (fileName == nullptr || *fileName == '\0')
+        return "Invalid HCD file name!";
+    CFileHandle file = OpenFileForReading(fileName);
+    if (!file)
+        return std::string("Failed to open HCD file ") + fileName;
+
+    unsigned int pendingLaunchAddress = 0;
+    std::string error = ReadHCDRecords(file.get(), mergeAdjacent, &pendingLaunchAddress);
+    // The first range holds the first address of the file.
+    if (!m_Ranges.empty())
+        SetFirstAddressLoaded(m_Ranges.front().GetBaseAddress());
+    if (!error.empty())
+        return error;
+    *launchAddress = pendingLaunchAddress;
+    SetLaunchAddress(pendingLaunchAddress);
+    return "";
+}
+
+std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjacent,
+                                               unsigned int* launchAddress) {
+    // The data of one range gather here, so that no byte is copied again for each record.
+    std::vector<unsigned char> gathered;
+    unsigned int base = 0;
+    bool started = false;
+    const auto closeRange = [&] {
+        if (!started)
+            return;
+        m_Ranges.push_back(
+            MakeRange(gathered.data(), static_cast<unsigned int>(gathered.size()), base));
+        gathered.clear();
+    };
+
+    unsigned int address = 0;
+    unsigned int size = 0;
+    unsigned char data[HCD_MAX_DATA_SIZE];
+    bool isLaunch = false;
+    std::string error;
+    while (ReadNextHCDRecord(file, &address, &size, data, &isLaunch, &error)) {
+        if (isLaunch) {
+            *launchAddress = address;
+            continue;
+        }
+        const auto end = base + static_cast<unsigned int>(gathered.size());
+        if (!started || !mergeAdjacent || address != end) {
+            closeRange();
+            base = address;
+            started = true;
+        }
+        gathered.insert(gathered.end(), data, data + size);
+    }
+    closeRange();
+    return error;
+}
+
+std::string CChipImageByteData::LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount) {
+    *patchSetCount = 0;
+    Clear();
+    if (fileName == nullptr || *fileName == '\0')
+        return "Invalid NCD file name!";
+    const CFileHandle file = OpenFileForReading(fileName);
+    if (!file)
+        return std::string("Failed to open NCD file ") + fileName;
+    std::string error = ReadNCDFileHead(file.get(), fileName);
+    if (!error.empty())
+        return error;
+
+    unsigned int size = 0;
+    unsigned char record[NCD_MAX_RECORD_SIZE];
+    bool endsPatchSet = false;
+    while (ReadNextNCDRecord(file.get(), false, &size, record, &endsPatchSet, &error)) {
+        m_Ranges.push_back(MakeRange(record, size, 0));
+        if (endsPatchSet) {
+            m_Ranges.back().SetFlag(1);
+            ++*patchSetCount;
+        }
+    }
+    return error;
+}

@@ -1,0 +1,159 @@
+#include "image/ChipImageByteData.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "image/ImageText.h"
+
+namespace {
+
+void Add(CChipImageByteData& image, unsigned int address, unsigned int size, unsigned char fill) {
+    CByteBuffer range(size, fill);
+    range.SetBaseAddress(address);
+    image.AddRange(range);
+}
+
+struct CChipImageTest : testing::Test {
+    CChipImageByteData m_Image{"FIRMWARE", "Firmware code", "a.hex"};
+};
+
+TEST_F(CChipImageTest, LabelsStayWhenTheRestGoes) {
+    Add(m_Image, 0x100, 4, 0xAA);
+    EXPECT_TRUE(m_Image.SetLaunchAddress(0x103));
+    EXPECT_TRUE(m_Image.SetFirstAddressLoaded(0x100));
+    m_Image.Clear();
+    EXPECT_EQ(ImageText(m_Image), "");
+    EXPECT_FALSE(m_Image.IsLaunchAddressKnown());
+    EXPECT_EQ(m_Image.GetLaunchAddress(), 0U);
+    EXPECT_EQ(m_Image.GetFirstAddressLoaded(), 0U);
+    EXPECT_STREQ(m_Image.GetSourceType(), "FIRMWARE");
+    EXPECT_STREQ(m_Image.GetName(), "Firmware code");
+    EXPECT_STREQ(m_Image.GetSourceId(), "a.hex");
+    EXPECT_STREQ(CChipImageByteData(nullptr, nullptr, nullptr).GetName(), "");
+}
+
+TEST_F(CChipImageTest, CopiesAreIndependentAndMovesAreWhole) {
+    Add(m_Image, 0x100, 2, 0xAA);
+    m_Image.SetLaunchAddress(0x101);
+    CChipImageByteData copy = m_Image;
+    EXPECT_EQ(m_Image.ModifyRangeByte(0, 0, 0xBB), "");
+    EXPECT_EQ(ImageText(copy), "100:AAAA");
+    EXPECT_EQ(copy.GetLaunchAddress(), 0x101U);
+    Add(copy, 0x200, 1, 1);
+    EXPECT_EQ(copy.FindRangeWithThisAddress(0x200), 1);
+    EXPECT_EQ(m_Image.FindRangeWithThisAddress(0x200), -1);
+    m_Image = std::move(copy);
+    EXPECT_EQ(ImageText(m_Image), "100:AAAA 200:01");
+    EXPECT_EQ(m_Image.FindRangeWithThisAddress(0x200), 1);
+    EXPECT_EQ(m_Image.GetTotalByteSize(), 3U);
+}
+
+TEST_F(CChipImageTest, AddressesAreFoundInTheFirstRangeThatHoldsThem) {
+    Add(m_Image, 0x108, 8, 1);
+    Add(m_Image, 0x100, 0x10, 2);
+    Add(m_Image, 0x200, 0, 3);
+    Add(m_Image, 0xFFFFFFF0, 0x10, 4);
+    Add(m_Image, 0xFFFFFFFF, 1, 5);
+    Add(m_Image, 0x100, 0x100, 6);
+    const struct {
+        unsigned int address;
+        int range, value;
+    } cases[] = {
+        {0xFF, -1, -1},       {0x100, 1, 2},      {0x107, 1, 2},      {0x108, 0, 1},
+        {0x10F, 0, 1},        {0x110, 5, 6},      {0x1FF, 5, 6},      {0x200, -1, -1},
+        {0xFFFFFFEF, -1, -1}, {0xFFFFFFF0, 3, 4}, {0xFFFFFFFF, 3, 4}, {0, -1, -1},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(m_Image.FindRangeWithThisAddress(c.address), c.range) << c.address;
+        EXPECT_EQ(m_Image.GetByteValueAtThisAddress(c.address), c.value) << c.address;
+        EXPECT_EQ(m_Image.SetLaunchAddress(c.address), c.range >= 0);
+        EXPECT_EQ(m_Image.SetFirstAddressLoaded(c.address), c.range >= 0);
+    }
+    EXPECT_EQ(m_Image.GetLaunchAddress(), 0xFFFFFFFFU);
+    EXPECT_EQ(m_Image.GetFirstAddressLoaded(), 0xFFFFFFFFU);
+}
+
+// Sums wrap at 32 bits, on purpose: what ends at 0xFFFFFFFF ends at 0.
+TEST(ChipImageOverlap, FollowsTheFormulaAcrossTheWrap) {
+    const struct {
+        unsigned int base, size;  // the range
+        unsigned int addr, count;
+        bool overlaps;
+        unsigned int where;
+    } cases[] = {
+        {0x100, 0x10, 0xF0, 0x10, false, 0},
+        {0x100, 0x10, 0xF0, 0x11, true, 0x100},
+        {0x100, 0x10, 0x10F, 1, true, 0x10F},
+        {0x100, 0x10, 0x110, 1, false, 0},
+        {0x100, 0x10, 0x104, 0, true, 0x104},
+        {0x100, 0x10, 0x100, 0, false, 0},
+        {0, 0x10, 0, 1, true, 0},
+        {0, 0x10, 0xFFFFFFFF, 2, false, 0},
+        {0, 0x10, 0xFFFFFFFF, 1, false, 0},
+        {0xFFFFFFFF, 1, 0xFFFFFFFF, 1, false, 0},
+        {0xFFFFFFFF, 1, 0xFFFFFFFE, 1, false, 0},
+        {0xFFFFFFF0, 0x10, 0xFFFFFFF8, 4, true, 0xFFFFFFF8},
+        {0xFFFFFFF0, 0x10, 0xFFFFFFF8, 8, false, 0},
+        {0xFFFFFFF0, 0x20, 0xFFFFFFF8, 4, false, 0},
+        {0xFFFFFFF0, 0x20, 0x4, 4, false, 0},
+        // An empty range: its last byte stands in front of it, for one at 0 at the very top.
+        {0x100, 0, 0xF0, 0x20, true, 0x100},
+        {0x100, 0, 0x100, 0x20, false, 0},
+        {0, 0, 0x5000, 1, true, 0x5000},
+    };
+    for (const auto& c : cases) {
+        CChipImageByteData image("", "", "");
+        Add(image, c.base, c.size, 0);
+        unsigned int where = 0xEEEEEEEE;
+        EXPECT_EQ(image.Overlaps(c.addr, c.count, &where), c.overlaps) << c.base << ' ' << c.addr;
+        EXPECT_EQ(where, c.overlaps ? c.where : 0xEEEEEEEE) << c.base << ' ' << c.addr;
+    }
+}
+
+TEST_F(CChipImageTest, TheFirstOverlapInListOrderIsReported) {
+    unsigned int where = 0;
+    EXPECT_FALSE(m_Image.Overlaps(0, 0xFFFFFFFF, &where));
+    Add(m_Image, 0x300, 0x10, 0);
+    Add(m_Image, 0x100, 0x10, 0);
+    Add(m_Image, 0x0F0, 0x200, 0);
+    EXPECT_TRUE(m_Image.Overlaps(0, 0x1000, &where));
+    EXPECT_EQ(where, 0x300U);
+    EXPECT_TRUE(m_Image.Overlaps(0x105, 0x20, &where));
+    EXPECT_EQ(where, 0x105U);
+    EXPECT_TRUE(m_Image.Overlaps(0xE0, 0x18, &where));
+    EXPECT_EQ(where, 0xF0U);
+}
+
+TEST_F(CChipImageTest, BytesAreModifiedInsideARangeOnly) {
+    Add(m_Image, 0x100, 4, 0);
+    EXPECT_EQ(m_Image.ModifyRangeByte(1, 0, 1), "Invalid range index.");
+    EXPECT_EQ(m_Image.ModifyRangeByte(0, 4, 1), "Invalid byte offset.");
+    EXPECT_EQ(m_Image.ModifyRangeByte(0, 3, 0x5A), "");
+    EXPECT_EQ(ImageText(m_Image), "100:0000005A");
+    const struct {
+        unsigned int range, offset;
+        const char* text;
+        const char* error;
+    } cases[] = {
+        {1, 0, "zz", "Invalid range index."},
+        {0, 0, "zz", "Failed to parse hex bytes."},
+        {0, 0, "", "Failed to parse hex bytes."},
+        {0, 0, nullptr, "Failed to parse hex bytes."},
+        {0, 3, "1 2", "Invalid byte offset and/or data size."},
+        {0, 0xFFFFFFFF, "1 2", "Invalid byte offset and/or data size."},
+        {0, 0, "1 2 3 4 5", "Invalid byte offset and/or data size."},
+        {0, 1, "0xA1 b2", ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(m_Image.ModifySeveralBytes(c.range, c.offset, c.text), c.error);
+    }
+    std::string tooMany;
+    for (int i = 0; i < 8193; ++i) tooMany += "1 ";
+    EXPECT_EQ(m_Image.ModifySeveralBytes(0, 0, tooMany.c_str()), "Failed to parse hex bytes.");
+    EXPECT_EQ(ImageText(m_Image), "100:00A1B25A");
+}
+
+}  // namespace
