@@ -1,0 +1,158 @@
+#include "transport/UARTConnector.h"
+
+#include <array>
+#include <new>
+
+#include "os/OSExecutionThread.h"
+#include "os/OSTime.h"
+#include "os/UARTLocks.h"
+
+std::string CUARTConnector::Connect(CCommunicationParameters& params, RxCallback rxCallback,
+                                    void* context) {
+    if (IsConnected()) {
+        return "Already connected!";
+    }
+    // An earlier record may still hold the port, after a failed connect; it lets go of it here.
+    m_pTransport.reset();
+    m_pTransport = std::make_unique<CUARTTransportData>();
+    const std::string path = params.GetPortId();
+    if (!m_pTransport->Port().Open(path)) {
+        return "failed to open port: " + path;
+    }
+    m_pTransport->Port().ArmSignals();
+    m_pTransport->Port().SetUpLine();
+    m_pTransport->SetReceiveCallback(rxCallback, context);
+    if (!StartWorkerThreads()) {
+        return "Failed to start worker threads";
+    }
+    m_pParameters = std::make_unique<CCommunicationParameters>(params);
+    return {};
+}
+
+std::string CUARTConnector::Disconnect() {
+    if (!IsConnected()) {
+        return "Not connected!";
+    }
+    CloseWorkerThreads();
+    m_pParameters.reset();
+    return {};
+}
+
+// A failed write counts as it stands, -1: it takes the count back by one byte, or, before the
+// first byte, wraps it and so ends the loop. Either way the loop ends on a line that stays dead,
+// and the answer that does not come tells the caller.
+std::string CUARTConnector::TransmitBytes(unsigned char* bytes, unsigned int count) {
+    if (bytes == nullptr || count == 0 || m_pTransport == nullptr) {
+        return {};
+    }
+    unsigned int written = 0;
+    while (written < count) {
+        written += static_cast<unsigned int>(
+            m_pTransport->Port().Write({bytes + written, count - written}));
+    }
+    return {};
+}
+
+std::string CUARTConnector::ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
+                                              unsigned int* gotBytes) {
+    if (m_pTransport == nullptr) {
+        *gotBytes = 0xFFFFFFFF;
+        return "Not connected!";
+    }
+    switch (m_pTransport->ReadReceivedBytes(buf, maxBytes, gotBytes)) {
+        case TRANSPORT_STATUS_OK:
+            return {};
+        case TRANSPORT_STATUS_RX_OVERFLOW:
+            return "RxOverflow";
+        default:
+            return "RxUnknownError";
+    }
+}
+
+bool CUARTConnector::StartWorkerThreads() {
+    m_Reader.thread.reset(new (std::nothrow)
+                              COSExecutionThread(UARTReadThread, m_pTransport.get()));
+    m_Reader.lock.reset(new (std::nothrow) COSMutex);
+    if (m_Reader.thread == nullptr || m_Reader.lock == nullptr) {
+        return false;
+    }
+    pUARTReadMutex = m_Reader.lock.get();
+    PutThreadToSleep(100);
+    // Not checked: a connection without its reader shows as a chip that does not answer.
+    m_Reader.thread->RunThread();
+    return true;
+}
+
+void CUARTConnector::CloseWorkerThread(WORKER& worker,
+                                       std::atomic<CSynchronizationMutex*>& publishedLock) {
+    if (worker.thread == nullptr) {
+        return;
+    }
+    // One text serves for both threads.
+    m_pTransport->OutputDebugString("Closing writer thread");
+    worker.thread->TerminateThread();
+    // The thread works on the record and its descriptor until it has ended.
+    worker.thread->WaitUntilDone();
+    worker.thread.reset();
+    // Another connector may have published its own lock meanwhile.
+    CSynchronizationMutex* own = worker.lock.get();
+    publishedLock.compare_exchange_strong(own, nullptr);
+    worker.lock.reset();
+}
+
+void CUARTConnector::CloseWorkerThreads() {
+    CloseWorkerThread(m_Reader, pUARTReadMutex);
+    CloseWorkerThread(m_Writer, pUARTWriteMutex);
+    m_pTransport->Port().Close();
+}
+
+void CUARTConnector::CleanUp() {
+    if (IsConnected()) {
+        Disconnect();
+    }
+    m_pParameters.reset();
+    m_pTransport.reset();
+}
+
+unsigned int UARTReadThread(CExecutionThread* thread) {
+    auto* const transport = static_cast<CUARTTransportData*>(thread->GetContext());
+    constexpr timespec pause{0, 100000};
+    std::array<unsigned char, 255> buffer{};
+    for (;;) {
+        // A failed read counts as nothing received: after a hang-up the line may stay silent for
+        // good, and it is the caller's time limits that notice.
+        const ssize_t got = transport->Port().Read(buffer);
+        if (got > 0) {
+            const auto count = static_cast<unsigned int>(got);
+            transport->TransferReceivedBytesFromUART(buffer.data(), count);
+            transport->CallReceiveCallback(buffer.data(), count);
+        }
+        __nsleep(&pause, nullptr);
+    }
+}
+
+unsigned int UARTWriteThread(CExecutionThread* thread) {
+    auto* const transport = static_cast<CUARTTransportData*>(thread->GetContext());
+    std::array<unsigned char, 4096> buffer{};
+    for (;;) {
+        unsigned int count = 0;
+        const TransportStatus status = transport->TransferBytesToBeSentToUART(
+            buffer.data(), static_cast<unsigned int>(buffer.size()), &count);
+        if (status != TRANSPORT_STATUS_OK) {
+            PutThreadToSleep(0);  // no pause, but a place where the thread can end
+            continue;
+        }
+        if (count == 0) {
+            PutThreadToSleep(50);
+        }
+        for (unsigned int written = 0; written < count;) {
+            const ssize_t result =
+                transport->Port().Write({buffer.data() + written, count - written});
+            if (result > 0) {
+                written += static_cast<unsigned int>(result);
+            } else {
+                PutThreadToSleep(50);
+            }
+        }
+    }
+}

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+// A pseudo-terminal for one test: the test holds the master, what is tested opens the path. Starts
+// with settings that are not raw and not at 115200 baud, so that changes show.
+class CTestTerminal {
+public:
+    using Bytes = std::vector<unsigned char>;
+
+    CTestTerminal() {
+        m_nMaster = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        EXPECT_GE(m_nMaster, 0);
+        EXPECT_EQ(grantpt(m_nMaster), 0);
+        EXPECT_EQ(unlockpt(m_nMaster), 0);
+        char path[64] = "";
+        EXPECT_EQ(ptsname_r(m_nMaster, path, sizeof(path)), 0);
+        m_strPath = path;
+        // Without any slave open the master's reads fail.
+        m_nSlave = open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
+        termios settings = Settings();
+        settings.c_cc[VMIN] = 7;
+        cfsetispeed(&settings, B9600);
+        cfsetospeed(&settings, B9600);
+        EXPECT_EQ(tcsetattr(m_nSlave, TCSANOW, &settings), 0);
+    }
+    ~CTestTerminal() {
+        HangUp();
+        close(m_nSlave);
+    }
+    CTestTerminal(const CTestTerminal&) = delete;
+    CTestTerminal& operator=(const CTestTerminal&) = delete;
+
+    const std::string& Path() const { return m_strPath; }
+    int Slave() const { return m_nSlave; }
+
+    // The settings of the terminal, whoever made them.
+    termios Settings() const {
+        termios settings{};
+        EXPECT_EQ(tcgetattr(m_nMaster, &settings), 0);
+        return settings;
+    }
+
+    // Whether the terminal is as the constructor left it.
+    bool IsAsAtTheStart() const {
+        const termios now = Settings();
+        return (now.c_lflag & ICANON) != 0 && (now.c_lflag & ECHO) != 0 &&
+               (now.c_oflag & OPOST) != 0 && now.c_cc[VMIN] == 7 && cfgetospeed(&now) == B9600;
+    }
+
+    // Sends all bytes to the slave, waiting for room; false when there is none for ten seconds.
+    bool Send(const Bytes& bytes) {
+        for (std::size_t sent = 0; sent < bytes.size();) {
+            pollfd room{m_nMaster, POLLOUT, 0};
+            if (poll(&room, 1, 10000) != 1) {
+                return false;
+            }
+            const std::size_t piece = std::min<std::size_t>(bytes.size() - sent, 1024);
+            const ssize_t count = write(m_nMaster, bytes.data() + sent, piece);
+            if (count <= 0) {
+                return false;
+            }
+            sent += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+
+    // What the slave wrote: waits for count bytes, ten seconds at most for each piece.
+    Bytes Receive(std::size_t count) {
+        Bytes received;
+        pollfd there{m_nMaster, POLLIN, 0};
+        while (received.size() < count && poll(&there, 1, 10000) == 1) {
+            unsigned char piece[4096];
+            const ssize_t got =
+                read(m_nMaster, piece, std::min(sizeof(piece), count - received.size()));
+            if (got <= 0) {
+                break;
+            }
+            received.insert(received.end(), piece, piece + got);
+        }
+        return received;
+    }
+
+    void HangUp() {
+        if (m_nMaster >= 0) {
+            close(m_nMaster);
+            m_nMaster = -1;
+        }
+    }
+
+private:
+    int m_nMaster = -1;
+    int m_nSlave = -1;
+    std::string m_strPath;
+};
