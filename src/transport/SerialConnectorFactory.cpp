@@ -1,0 +1,52 @@
+#include "transport/SerialConnectorFactory.h"
+
+#include <cstring>
+#include <memory>
+
+#include "transport/UARTConnector.h"
+#include "util/ByteBuffer.h"
+#include "util/TextCase.h"
+
+namespace {
+
+// Only so much of the parameter text is searched for the transport.
+constexpr std::size_t TEXT_SEARCHED = 512;
+
+// A search in the text as it stands, blanks and all, not a look-up of the PORT parameter.
+std::unique_ptr<CSerialConnector> MakeConnectorFor(const char* paramText) {
+    const std::string start = UpperCaseCopy({paramText, strnlen(paramText, TEXT_SEARCHED)});
+    if (start.find("PORT=/DEV/TTY") == std::string::npos) {
+        return nullptr;
+    }
+    return std::make_unique<CUARTConnector>();
+}
+
+std::string ParseAndConnect(CSerialConnector& connector, const char* paramText) {
+    CCommunicationParameters params;
+    const std::string parseError = params.ParseCommParams(paramText);
+    return parseError.empty() ? connector.Connect(params, nullptr, nullptr) : parseError;
+}
+
+}  // namespace
+
+CSerialConnector* CreateSerialConnector(const char* paramText, std::string* errorText,
+                                        CByteBuffer* transportInfo) {
+    errorText->clear();
+    if (paramText == nullptr || *paramText == 0) {
+        return nullptr;
+    }
+    std::unique_ptr<CSerialConnector> connector = MakeConnectorFor(paramText);
+    if (connector == nullptr) {
+        *errorText = "Failed to recognize the connection transport";
+        return nullptr;
+    }
+    *errorText = ParseAndConnect(*connector, paramText);
+    if (!errorText->empty()) {
+        return nullptr;
+    }
+    if (transportInfo != nullptr) {
+        unsigned char uartMark = 0x01;
+        transportInfo->AssignData(&uartMark, 1, BYTE_BUFFER_OWNED);
+    }
+    return connector.release();
+}
