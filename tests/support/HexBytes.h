@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdio>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using Bytes = std::vector<unsigned char>;
+
+// "01 03 0C" and the bytes that it stands for: tests read better in the notation of the wire.
+inline Bytes FromHex(const std::string& text) {
+    std::istringstream in(text);
+    in >> std::hex;
+    Bytes bytes;
+    for (unsigned int value = 0; in >> value;) {
+        bytes.push_back(static_cast<unsigned char>(value));
+    }
+    return bytes;
+}
+
+inline std::string ToHex(const Bytes& bytes) {
+    std::string text;
+    for (const unsigned char byte : bytes) {
+        char digits[4];
+        std::snprintf(digits, sizeof digits, "%02X ", byte);
+        text += digits;
+    }
+    if (!text.empty()) {
+        text.pop_back();
+    }
+    return text;
+}
+
+inline std::string RepeatedHex(const char* byte, unsigned int count) {
+    std::string text;
+    for (unsigned int i = 0; i < count; ++i) {
+        text += std::string(i == 0 ? "" : " ") + byte;
+    }
+    return text;
+}
