@@ -159,6 +159,7 @@ private:
     std::unique_ptr<CByteBuffer> m_pUartTxPrefix;
 };
 
-// What the download thread runs in Vintor mode. The downloader only declares it: the sequence is
-// built on top of the downloader.
+// The standard download, which the download thread runs in Vintor mode: reset, minidriver, erase,
+// write, verify, launch. Always 0: the outcome is the downloader's state and error. The downloader
+// only declares it: the sequence is built on top of the downloader.
 unsigned int VintorDownloadingFunction(CChipDownloader* downloader);

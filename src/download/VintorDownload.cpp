@@ -1,4 +1,4 @@
-#include "download/VintorDownload.h"
+#include "download/ChipDownloader.h"
 
 #include <string>
 

@@ -1,5 +1,3 @@
-#include "download/VintorDownload.h"
-
 #include <gmock/gmock.h>
 
 #include "download/VintorCommands.h"
