@@ -56,12 +56,20 @@ void ApplyOverrides(const CRequest& request, CChipImageLoadingInformation* info)
     }
 }
 
+// What the rules name as the download procedure, or null.
+const char* CustomDownloadType(const CChipImageLoadingInformation& info) {
+    const CDownloadRulesSet* rules = info.GetRules();
+    return rules == nullptr ? nullptr : rules->GetDownloadParameter("CustomDownload");
+}
+
 CChipImageLoadingInformation DescribeDownload(const CRequest& request) {
     CChipImageLoadingInformation info(request.m_Descriptor, false,
                                       request.m_strVnpFileName.c_str());
     if (request.m_bVintorMode) {
         info.MarkVintorMode();
         info.SetFlagIssueDownloadMinidriverCommand(request.m_bIssueDownloadMinidriver);
+    } else if (const char* type = CustomDownloadType(info)) {
+        info.SetCustomDownloadType(type);
     }
     ApplyOverrides(request, &info);
     return info;
