@@ -1,7 +1,7 @@
 #include "util/DateTimeHolder.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace {
 
@@ -28,18 +28,32 @@ constexpr FIELD_FORM FIELD_FORMS[] = {{4, '\0'}, {2, '-'}, {2, '-'}, {2, '@'},
 
 CDateTimeHolder::CDateTimeHolder(const dth& time) : m_Time(time) {}
 
+CDateTimeHolder::CDateTimeHolder(std::uint64_t packedDateTime, std::uint16_t milliseconds) {
+    m_Time.year = static_cast<std::uint16_t>(packedDateTime >> 40U);
+    m_Time.month = static_cast<std::uint8_t>(packedDateTime >> 32U);
+    m_Time.day = static_cast<std::uint8_t>(packedDateTime >> 24U);
+    m_Time.hour = static_cast<std::uint8_t>(packedDateTime >> 16U);
+    m_Time.minute = static_cast<std::uint8_t>(packedDateTime >> 8U);
+    m_Time.second = static_cast<std::uint8_t>(packedDateTime);
+    m_Time.milliseconds = milliseconds;
+}
+
 CDateTimeHolder::CDateTimeHolder(const char* text) {
+    ScanText(text);
+}
+
+bool CDateTimeHolder::ScanText(const char* text) {
     if (text == nullptr) {
-        return;
+        return false;
     }
     std::uint16_t fields[std::size(FIELD_FORMS)] = {};
     const char* cursor = text;
     for (std::size_t i = 0; i < std::size(FIELD_FORMS); ++i) {
         if (i > 0 && *cursor++ != FIELD_FORMS[i].separator) {
-            return;
+            return false;
         }
         if (!ScanField(cursor, FIELD_FORMS[i].width, fields[i])) {
-            return;
+            return false;
         }
     }
     m_Time.year = fields[0];
@@ -49,6 +63,16 @@ CDateTimeHolder::CDateTimeHolder(const char* text) {
     m_Time.minute = static_cast<std::uint8_t>(fields[4]);
     m_Time.second = static_cast<std::uint8_t>(fields[5]);
     m_Time.milliseconds = fields[6];
+    return true;
+}
+
+std::uint64_t CDateTimeHolder::GetPackedDateTime() const {
+    std::uint64_t packed = m_Time.year;
+    for (const std::uint8_t field :
+         {m_Time.month, m_Time.day, m_Time.hour, m_Time.minute, m_Time.second}) {
+        packed = packed << 8U | field;
+    }
+    return packed;
 }
 
 std::string CDateTimeHolder::AsText() const {

@@ -11,6 +11,13 @@ TEST(DateTimeHolder, PrintsTheDateOnlyWithAYear) {
               "65535-255-255@255:255:255.65535");
 }
 
+TEST(DateTimeHolder, PacksInOrderOfTime) {
+    const CDateTimeHolder time(dth{2024, 12, 31, 23, 58, 59, 999});
+    EXPECT_EQ(time.GetPackedDateTime(), 0x07E80C1F173A3BULL);
+    const CDateTimeHolder unpacked(time.GetPackedDateTime(), time.GetMilliseconds());
+    EXPECT_EQ(unpacked.AsText(), "2024-12-31@23:58:59.999");
+}
+
 TEST(DateTimeHolder, ReadsTheFullFormAndNothingLess) {
     const struct {
         const char* text;

@@ -1,6 +1,5 @@
 #include "util/HexText.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
