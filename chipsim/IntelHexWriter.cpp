@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <span>
 
+#include "util/Wrap32.h"
+
 namespace {
 
 constexpr unsigned char DATA_RECORD = 0x00;
@@ -49,7 +51,7 @@ void AppendRegion(std::string& text, const CSparseMemory::REGION& region, std::u
         const std::size_t count = std::min<std::size_t>(room, rest.size());
         AppendRecord(text, DATA_RECORD, address % SEGMENT_SIZE, rest.first(count));
         rest = rest.subspan(count);
-        address += static_cast<std::uint32_t>(count);
+        address = WrappingAdd(address, static_cast<std::uint32_t>(count));
     }
 }
 

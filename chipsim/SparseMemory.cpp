@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "util/Crc32.h"
+#include "util/Wrap32.h"
 
 void CSparseMemory::Write(std::uint32_t address, std::span<const unsigned char> bytes) {
     while (!bytes.empty()) {
@@ -13,7 +14,7 @@ void CSparseMemory::Write(std::uint32_t address, std::span<const unsigned char> 
         for (std::size_t i = 0; i < count; ++i)
             page.written.set(offset + i);
         bytes = bytes.subspan(count);
-        address += static_cast<std::uint32_t>(count);
+        address = WrappingAdd(address, static_cast<std::uint32_t>(count));
     }
 }
 
@@ -27,7 +28,7 @@ void CSparseMemory::Read(std::uint32_t address, std::span<unsigned char> bytes) 
         else
             std::fill_n(bytes.begin(), count, static_cast<unsigned char>(0xFF));
         bytes = bytes.subspan(count);
-        address += static_cast<std::uint32_t>(count);
+        address = WrappingAdd(address, static_cast<std::uint32_t>(count));
     }
 }
 

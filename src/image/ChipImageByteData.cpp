@@ -10,6 +10,7 @@
 #include "util/FileHandle.h"
 #include "util/FormatText.h"
 #include "util/HexText.h"
+#include "util/Wrap32.h"
 
 namespace {
 
@@ -95,7 +96,8 @@ bool CChipImageByteData::Overlaps(unsigned int addr, unsigned int size, unsigned
     // Sums wrap at 32 bits on purpose: data that end at 0xFFFFFFFF have their end at 0.
     for (const CByteBuffer& range : m_Ranges) {
         const unsigned int base = range.GetBaseAddress();
-        if (addr + size > base && base + range.GetDataByteSize() - 1 >= addr) {
+        const unsigned int last = WrappingSubtract(WrappingAdd(base, range.GetDataByteSize()), 1);
+        if (WrappingAdd(addr, size) > base && last >= addr) {
             *where = std::max(addr, base);
             return true;
         }
@@ -250,7 +252,7 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
             *launchAddress = address;
             continue;
         }
-        const auto end = base + static_cast<unsigned int>(gathered.size());
+        const auto end = WrappingAdd(base, static_cast<unsigned int>(gathered.size()));
         if (!started || !mergeAdjacent || address != end) {
             closeRange();
             base = address;

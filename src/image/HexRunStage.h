@@ -3,6 +3,8 @@
 #include <memory>
 #include <span>
 
+#include "util/Wrap32.h"
+
 // Where the records of one Intel HEX file that continue each other are put together. Addresses are
 // 32-bit and wrap: a record at 0 continues one that ends at 0xFFFFFFFF.
 class CHexRunStage {
@@ -13,7 +15,7 @@ public:
 
     bool IsEmpty() const { return m_nSize == 0; }
     bool IsContinuedAt(unsigned int address) const {
-        return !IsEmpty() && address == m_nStart + m_nSize;
+        return !IsEmpty() && address == WrappingAdd(m_nStart, m_nSize);
     }
     bool HasRoomFor(size_t size) const { return size <= CAPACITY - m_nSize; }
 

@@ -184,7 +184,8 @@ unsigned int CopyByteBufferLEB128ToUint32(const unsigned char* bytes, unsigned c
     unsigned char count = 0;
     bool more = true;
     while (more && count < 5) {
-        value |= static_cast<unsigned int>(bytes[count] & 0x7F) << (7 * count);
+        // What does not fit 32 bits is dropped.
+        value |= static_cast<unsigned int>((bytes[count] & 0x7FULL) << (7 * count) & 0xFFFFFFFFU);
         more = bytes[count] >= 0x80;
         ++count;
     }

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "util/Wrap32.h"
+
 namespace {
 
 bool IsDecDigit(char c) {
@@ -38,13 +40,13 @@ unsigned int DigitValue(char c) {
 unsigned int ScanDigits(std::string_view digits, unsigned int radix) {
     unsigned int value = 0;
     for (const char c : digits) {
-        value = value * radix + DigitValue(c);
+        value = WrappingAdd(WrappingMultiply(value, radix), DigitValue(c));
     }
     return value;
 }
 
 unsigned int ScanDecimal(const char* text) {
-    return *text == '-' ? 0U - ScanDigits(text + 1, 10) : ScanDigits(text, 10);
+    return *text == '-' ? WrappingSubtract(0, ScanDigits(text + 1, 10)) : ScanDigits(text, 10);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "chipsim/HexBytes.h"
 #include "util/Crc32.h"
+#include "util/Wrap32.h"
 
 namespace {
 
@@ -18,7 +19,8 @@ TEST(SparseMemoryTest, KeepsBytesAcrossPagesAndTheEndOfTheAddressSpace) {
     for (const std::uint32_t address : {0x0U, 0xFFEU, 0x00200FFFU, 0xFFFFFFFDU, 0xFFFFFFFFU}) {
         CSparseMemory memory;
         memory.Write(address, Bytes("11 22 33 44"));
-        EXPECT_EQ(HexText(ReadBytes(memory, address - 1, 6)), "FF 11 22 33 44 FF") << address;
+        EXPECT_EQ(HexText(ReadBytes(memory, WrappingSubtract(address, 1), 6)), "FF 11 22 33 44 FF")
+            << address;
     }
 }
 

@@ -18,7 +18,7 @@ inline std::string HexRecord(unsigned int type, unsigned int address,
         line += text;
         sum += byte;
     }
-    std::snprintf(text, sizeof text, "%02X\n", -sum & 0xFF);
+    std::snprintf(text, sizeof text, "%02X\n", (0x100 - (sum & 0xFF)) & 0xFF);
     return line + text;
 }
 

@@ -3,11 +3,13 @@
 #include <cerrno>
 #include <cstring>
 
+#include "util/Wrap32.h"
+
 namespace {
 
 constexpr int LINE_BUFFER_SIZE = 550;
 constexpr int LINES_TO_TRY = 6;
-constexpr const char* WHITE_SPACE = " \t\n\v\f\r";
+constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
 
 }  // namespace
 
@@ -101,7 +103,9 @@ bool CIntelHexReader::ReadLine(std::string& line, std::string* error) {
         return false;
     }
     line = buffer;
-    line.erase(line.find_last_not_of(WHITE_SPACE) + 1);
+    while (!line.empty() && WHITE_SPACE.find(line.back()) != std::string_view::npos) {
+        line.pop_back();
+    }
     return true;
 }
 
@@ -137,7 +141,7 @@ void CIntelHexReader::ProcessInputLine(const char* line, unsigned int* address,
             m_nAddressMode = START_LINEAR;
             break;
         case INTEL_HEX_DATA:
-            *address = GetBaseAddress() + fields.address;
+            *address = WrappingAdd(GetBaseAddress(), fields.address);
             for (const unsigned short value : fields.data) {
                 data.push_back(static_cast<unsigned char>(value));
             }
