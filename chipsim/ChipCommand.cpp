@@ -57,5 +57,7 @@ std::string DescribeChipCommand(const CHIP_COMMAND& command) {
         std::snprintf(line, sizeof line, "  status 0x%02X", command.status);
         text += line;
     }
+    for (const std::string& fault : command.faults)
+        text += "  fault " + fault;
     return text;
 }

@@ -26,6 +26,7 @@ struct CHIP_COMMAND {
     std::uint32_t length = 0;           // bytes written, read or summed; else bytes of parameters
     unsigned char status = 0;           // what the chip made of it, before any fault
     std::vector<unsigned char> packet;  // as received, packet indicator included
+    std::vector<std::string> faults;    // the rules that spoilt the reply, as written
 };
 
 // One stretch of a reply that goes out without a pause.
@@ -37,6 +38,8 @@ struct CHIP_REPLY_PIECE {
 // What the chip sends for one cause. A reply that has begun is finished before the next one starts.
 struct CHIP_REPLY {
     std::vector<CHIP_REPLY_PIECE> pieces;
+    bool hangsUp = false;          // the port goes away behind it
+    unsigned int readPauseMs = 0;  // the chip then takes no bytes for so long
 };
 
 // The kind's word on the command line, such as "write".

@@ -3,7 +3,7 @@
 #include <utility>
 
 CChipEngine::CChipEngine(const CHIP_SETTINGS& settings)
-    : m_Settings(settings), m_Hci(m_Memory, settings) {}
+    : m_Settings(settings), m_Hci(m_Memory, settings), m_Faults(settings.faults, settings.seed) {}
 
 std::vector<CHIP_REPLY> CChipEngine::Receive(std::span<const unsigned char> bytes) {
     if (m_Settings.keepsLog)
@@ -13,7 +13,9 @@ std::vector<CHIP_REPLY> CChipEngine::Receive(std::span<const unsigned char> byte
     std::vector<CHIP_REPLY> replies;
     CHIP_COMMAND command;
     while (m_Framer.TakePacket(command.packet)) {
-        replies.push_back(Execute(command));
+        CHIP_REPLY reply = Execute(command);
+        m_Faults.Apply(command, reply);
+        replies.push_back(std::move(reply));
         Record(std::exchange(command, {}));
     }
     return replies;

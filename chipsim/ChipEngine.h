@@ -6,6 +6,7 @@
 
 #include "chipsim/ChipCommand.h"
 #include "chipsim/ChipSettings.h"
+#include "chipsim/FaultPlan.h"
 #include "chipsim/HciChip.h"
 #include "chipsim/PacketFramer.h"
 #include "chipsim/SparseMemory.h"
@@ -46,6 +47,7 @@ private:
     CSparseMemory m_Memory;
     CPacketFramer m_Framer;
     CHciChip m_Hci;
+    CFaultPlan m_Faults;
     std::function<void(const CHIP_COMMAND&)> m_Observer;
     std::vector<CHIP_COMMAND> m_Commands;
     std::vector<unsigned char> m_ReceivedBytes;

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
+
+#include "chipsim/FaultRule.h"
 
 // How the simulated chip behaves.
 struct CHIP_SETTINGS {
@@ -14,6 +17,10 @@ struct CHIP_SETTINGS {
     // Addresses that a chip erase leaves alone, both included: where a minidriver runs.
     std::uint32_t ramFirst = 0x00200000;
     std::uint32_t ramLast = 0x002FFFFF;
+
+    // What goes wrong, and the seed of all that is left to chance in it.
+    std::vector<FAULT_RULE> faults;
+    unsigned int seed = 1;
 
     // Whether the commands and the bytes received are kept to be asked for. They grow for as long
     // as the chip runs, so a port that stays for days does without.

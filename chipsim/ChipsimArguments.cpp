@@ -1,9 +1,10 @@
 #include "chipsim/ChipsimArguments.h"
 
-#include <charconv>
 #include <cstdint>
 #include <limits>
 #include <string_view>
+
+#include "chipsim/ArgumentNumber.h"
 
 namespace {
 
@@ -11,70 +12,72 @@ constexpr unsigned int HIGHEST_BAUD = 100'000'000;
 constexpr unsigned int LONGEST_ERASE_MS = 600'000;
 constexpr unsigned int MOST_MARKERS = 1000;
 
-// Decimal, or hexadecimal behind 0x; the whole text and nothing above most.
-bool ReadNumber(std::string_view text, unsigned int most, unsigned int& value) {
-    int base = 10;
-    if (text.starts_with("0x") || text.starts_with("0X")) {
-        text.remove_prefix(2);
-        base = 16;
-    }
-    unsigned int number = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number, base);
-    if (error != std::errc() || stop != end || number > most)
-        return false;
-    value = number;
-    return true;
-}
-
 using ARGUMENTS = CHIPSIM_ARGUMENTS;
 
-bool SetBaud(ARGUMENTS& arguments, const std::string& value) {
-    return ReadNumber(value, HIGHEST_BAUD, arguments.settings.baud);
+bool SetBaud(ARGUMENTS& arguments, const std::string& value, std::string&) {
+    return ReadArgumentNumber(value, HIGHEST_BAUD, arguments.settings.baud);
 }
 
-bool SetDump(ARGUMENTS& arguments, const std::string& value) {
+bool SetDump(ARGUMENTS& arguments, const std::string& value, std::string&) {
     arguments.dumpFile = value;
     return !value.empty();
 }
 
-bool SetLink(ARGUMENTS& arguments, const std::string& value) {
+bool SetLink(ARGUMENTS& arguments, const std::string& value, std::string&) {
     arguments.linkPath = value;
     return !value.empty();
 }
 
-bool SetRam(ARGUMENTS& arguments, const std::string& value) {
+bool SetRam(ARGUMENTS& arguments, const std::string& value, std::string&) {
     constexpr unsigned int LAST = std::numeric_limits<std::uint32_t>::max();
     CHIP_SETTINGS& settings = arguments.settings;
     const std::size_t dash = value.find('-');
     return dash != std::string::npos &&
-           ReadNumber(std::string_view(value).substr(0, dash), LAST, settings.ramFirst) &&
-           ReadNumber(std::string_view(value).substr(dash + 1), LAST, settings.ramLast) &&
+           ReadArgumentNumber(std::string_view(value).substr(0, dash), LAST, settings.ramFirst) &&
+           ReadArgumentNumber(std::string_view(value).substr(dash + 1), LAST, settings.ramLast) &&
            settings.ramFirst <= settings.ramLast;
 }
 
-bool SetEraseTime(ARGUMENTS& arguments, const std::string& value) {
-    return ReadNumber(value, LONGEST_ERASE_MS, arguments.settings.eraseTimeMs);
+bool SetEraseTime(ARGUMENTS& arguments, const std::string& value, std::string&) {
+    return ReadArgumentNumber(value, LONGEST_ERASE_MS, arguments.settings.eraseTimeMs);
 }
 
-bool SetEraseMarkers(ARGUMENTS& arguments, const std::string& value) {
-    return ReadNumber(value, MOST_MARKERS, arguments.settings.eraseMarkers);
+bool SetEraseMarkers(ARGUMENTS& arguments, const std::string& value, std::string&) {
+    return ReadArgumentNumber(value, MOST_MARKERS, arguments.settings.eraseMarkers);
 }
 
-bool SetTrace(ARGUMENTS& arguments, const std::string&) {
+bool AddFault(ARGUMENTS& arguments, const std::string& value, std::string& error) {
+    FAULT_RULE rule;
+    error = ParseFaultRule(value, rule);
+    arguments.settings.faults.push_back(std::move(rule));
+    return error.empty();
+}
+
+bool AddFaultFile(ARGUMENTS& arguments, const std::string& value, std::string& error) {
+    error = ReadFaultFile(value, arguments.settings.faults);
+    return error.empty();
+}
+
+bool SetSeed(ARGUMENTS& arguments, const std::string& value, std::string&) {
+    arguments.hasSeed = true;
+    return ReadArgumentNumber(value, std::numeric_limits<unsigned int>::max(),
+                              arguments.settings.seed);
+}
+
+bool SetTrace(ARGUMENTS& arguments, const std::string&, std::string&) {
     return arguments.trace = true;
 }
-bool SetHelp(ARGUMENTS& arguments, const std::string&) {
+bool SetHelp(ARGUMENTS& arguments, const std::string&, std::string&) {
     return arguments.showHelp = true;
 }
-bool SetVersion(ARGUMENTS& arguments, const std::string&) {
+bool SetVersion(ARGUMENTS& arguments, const std::string&, std::string&) {
     return arguments.showVersion = true;
 }
 
 struct OPTION {
     const char* name;
     const char* wants;  // what its value is to be; null when it takes none
-    bool (*set)(ARGUMENTS&, const std::string&);
+    bool (*set)(ARGUMENTS&, const std::string& value, std::string& error);
 };
 
 constexpr OPTION OPTIONS[] = {
@@ -84,6 +87,9 @@ constexpr OPTION OPTIONS[] = {
     {"--ram", "two addresses, FIRST-LAST", SetRam},
     {"--erase-time", "milliseconds, at most 600000", SetEraseTime},
     {"--erase-markers", "a number, at most 1000", SetEraseMarkers},
+    {"--fault", "KIND:WHEN:FAULT", AddFault},
+    {"--faults", "a file name", AddFaultFile},
+    {"--seed", "a number", SetSeed},
     {"--trace", nullptr, SetTrace},
     {"--help", nullptr, SetHelp},
     {"-h", nullptr, SetHelp},
@@ -118,9 +124,10 @@ std::string TakeOption(const std::vector<std::string>& words, std::size_t& next,
     } else {
         return "option '" + name + "' needs " + option->wants;
     }
-    if (!option->set(arguments, value))
+    std::string error;
+    if (!option->set(arguments, value, error) && error.empty())
         return "option '" + name + "' needs " + option->wants + ", not '" + value + "'";
-    return {};
+    return error;
 }
 
 std::string CheckTogether(const ARGUMENTS& arguments) {
@@ -167,6 +174,16 @@ PATH a name for the port and serves it until SIGINT or SIGTERM.
       --erase-markers N    progress markers sent during a chip erase (2)
       --dump FILE          at the end, write the chip's memory as Intel HEX
       --trace              print each command on standard error
+      --fault KIND:WHEN:FAULT
+                           spoil replies; may be given several times. KIND is
+                           reset, minidriver, write, read, launch, crc, erase,
+                           other or any; WHEN is N, N-M, N+, N% or every; FAULT
+                           is drop, late=MS, pieces=N,MS, twice, flip=BIT,
+                           event=N, noise-before=N, noise-after=N, status=N,
+                           cut=N, silence, flood=N, hangup=N, slow=MS,
+                           baddata=N or badcrc
+      --faults FILE        take faults from a file, one on a line
+      --seed N             seed of what is left to chance in faults
   -h, --help               show this help and end
       --version            show the version and end
 

@@ -11,6 +11,7 @@ struct CHIPSIM_ARGUMENTS {
     std::string dumpFile;              // empty = no dump
     std::string linkPath;              // empty = run the command
     std::vector<std::string> command;  // with its own arguments
+    bool hasSeed = false;              // settings.seed was given
     bool trace = false;
     bool showHelp = false;
     bool showVersion = false;

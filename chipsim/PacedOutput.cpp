@@ -9,6 +9,9 @@ namespace {
 // sender need not wake for each byte.
 constexpr LineTime STEP_TIME = NS_PER_MS;
 
+// What is unread when a terminal hangs up is lost, so the reader gets a moment.
+constexpr LineTime TIME_TO_READ = 50 * NS_PER_MS;
+
 LineTime DelayOf(const CHIP_REPLY_PIECE& piece) {
     return static_cast<LineTime>(piece.delayMs) * NS_PER_MS;
 }
@@ -21,7 +24,7 @@ void CPacedOutput::Queue(CHIP_REPLY reply, LineTime now) {
     if (!pending.reply.pieces.empty())
         pending.start += DelayOf(pending.reply.pieces.front());
     SkipEmptyPieces(pending);
-    if (pending.piece == pending.reply.pieces.size())
+    if (IsAllSent(pending) && !pending.reply.hangsUp)
         return;
     const auto place = std::find_if(m_Pending.begin(), m_Pending.end(), [&](const PENDING& other) {
         return !other.begun && other.start > pending.start;
@@ -39,6 +42,14 @@ void CPacedOutput::SkipEmptyPieces(PENDING& pending) {
     }
 }
 
+bool CPacedOutput::IsAllSent(const PENDING& pending) {
+    return pending.piece == pending.reply.pieces.size();
+}
+
+bool CPacedOutput::HangUpIsDue(LineTime now) const {
+    return !m_Pending.empty() && IsAllSent(m_Pending.front()) && now >= m_Pending.front().start;
+}
+
 std::size_t CPacedOutput::StepFor(const PENDING& pending) const {
     const std::size_t rest = pending.reply.pieces[pending.piece].bytes.size() - pending.sent;
     if (m_nByteTime == 0)
@@ -49,7 +60,7 @@ std::size_t CPacedOutput::StepFor(const PENDING& pending) const {
 
 std::span<const unsigned char> CPacedOutput::Due(LineTime now) {
     const std::optional<LineTime> due = NextDue();
-    if (!due || now < *due)
+    if (!due || now < *due || IsAllSent(m_Pending.front()))
         return {};
     PENDING& front = m_Pending.front();
     if (!front.begun) {
@@ -79,7 +90,11 @@ void CPacedOutput::Sent(std::size_t count, LineTime now) {
     if (front.piece < pieces.size())
         front.start = m_nLineFree + DelayOf(pieces[front.piece]);
     SkipEmptyPieces(front);
-    if (front.piece == pieces.size())
+    if (!IsAllSent(front))
+        return;
+    if (front.reply.hangsUp)
+        front.start = m_nLineFree + TIME_TO_READ;
+    else
         m_Pending.pop_front();
 }
 
@@ -87,6 +102,8 @@ std::optional<LineTime> CPacedOutput::NextDue() const {
     if (m_Pending.empty())
         return std::nullopt;
     const PENDING& front = m_Pending.front();
+    if (IsAllSent(front))
+        return front.start;
     const LineTime start = front.begun ? front.start : std::max(front.start, m_nLineFree);
     return start + m_nByteTime * static_cast<LineTime>(front.sent + StepFor(front));
 }

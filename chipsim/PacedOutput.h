@@ -24,7 +24,10 @@ public:
     std::span<const unsigned char> Due(LineTime now);
     void Sent(std::size_t count, LineTime now);
 
-    // When the next bytes are due; none when nothing is queued.
+    // Whether a reply behind which the port hangs up has been sent.
+    bool HangUpIsDue(LineTime now) const;
+
+    // When the next bytes or a hang-up are due; none when nothing is queued.
     std::optional<LineTime> NextDue() const;
 
 private:
@@ -37,6 +40,7 @@ private:
     };
 
     static void SkipEmptyPieces(PENDING& pending);
+    static bool IsAllSent(const PENDING& pending);
     std::size_t StepFor(const PENDING& pending) const;
 
     const LineTime m_nByteTime;

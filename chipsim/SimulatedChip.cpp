@@ -73,8 +73,17 @@ void CSimulatedChip::Run() {
         TakeInput(LineTimeNow());
         GiveUpCutPacket(LineTimeNow());
         WriteOutput(LineTimeNow());
-        WaitForWork();
+        if (m_Output.HangUpIsDue(LineTimeNow()))
+            HangUp();
+        else
+            WaitForWork();
     }
+}
+
+void CSimulatedChip::HangUp() {
+    m_Link.Remove();
+    m_Terminal.Close();
+    m_bHungUp = true;
 }
 
 void CSimulatedChip::TakeInput(LineTime now) {
@@ -89,8 +98,10 @@ void CSimulatedChip::TakeInput(LineTime now) {
         return;
     m_nLastInput = now;
     const std::lock_guard lock(m_Mutex);
-    for (CHIP_REPLY& reply : m_Engine.Receive(arrived))
+    for (CHIP_REPLY& reply : m_Engine.Receive(arrived)) {
+        m_Input.PauseUntil(now + static_cast<LineTime>(reply.readPauseMs) * NS_PER_MS);
         m_Output.Queue(std::move(reply), now);
+    }
     m_CommandSeen.notify_all();
 }
 

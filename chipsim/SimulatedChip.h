@@ -59,6 +59,7 @@ private:
     void TakeInput(LineTime now);
     void GiveUpCutPacket(LineTime now);
     void WriteOutput(LineTime now);
+    void HangUp();
     void WaitForWork();
     std::optional<LineTime> NextDue(LineTime now) const;
     void WakeUp();

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <limits>
 #include <system_error>
 
 #include "chipsim/FileDescriptor.h"
@@ -60,9 +61,7 @@ bool TakeControllingTerminal(const char* path) {
     return fd >= 0 && ::ioctl(fd, TIOCSCTTY, 0) == 0 && ::close(fd) == 0;
 }
 
-// startedFd closes in every process once the command runs.
-[[noreturn]] void LeadSession(const char* terminalPath, char* const* argv, const sigset_t& mask,
-                              int startedFd) {
+[[noreturn]] void LeadSession(const char* terminalPath, char* const* argv, const sigset_t& mask) {
     sigset_t all;
     ::sigfillset(&all);
     ::sigprocmask(SIG_SETMASK, &all, nullptr);
@@ -73,12 +72,16 @@ bool TakeControllingTerminal(const char* path) {
     const pid_t command = ::_Fork();
     if (command == 0)
         BecomeCommand(argv, mask);
-    ::close(startedFd);
-    int status = 0;
-    if (command < 0 || WaitForChild(command, 0, &status) < 0) {
+    if (command < 0) {
         Complain("cannot run ", argv[0], errno);
         ::_exit(CANNOT_RUN);
     }
+    // Nothing is to live on through this process: neither the port's other end, which its owner
+    // may close, nor the pipe that tells that the command runs.
+    ::close_range(0, std::numeric_limits<unsigned int>::max(), 0);
+    int status = 0;
+    if (WaitForChild(command, 0, &status) < 0)
+        ::_exit(CANNOT_RUN);
     ::_exit(ExitStatus(status));
 }
 
@@ -99,7 +102,7 @@ std::string CTerminalCommand::Start(const std::string& terminalPath,
     CFileDescriptor startedInChild(ends[1]);
     const pid_t pid = ::fork();
     if (pid == 0)
-        LeadSession(terminalPath.c_str(), pointers.data(), m_Mask, startedInChild.Get());
+        LeadSession(terminalPath.c_str(), pointers.data(), m_Mask);
     if (pid < 0)
         return "cannot start a process: " + std::generic_category().message(errno);
     m_nLeader = pid;

@@ -1,8 +1,10 @@
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -63,6 +65,15 @@ int ServePort(const CSimulatedChip& chip, const sigset_t& signals) {
     return 0;
 }
 
+// A run that went wrong by chance can be had again.
+void SettleSeed(CHIPSIM_ARGUMENTS& arguments) {
+    CHIP_SETTINGS& settings = arguments.settings;
+    if (!arguments.hasSeed)
+        settings.seed = std::random_device()();
+    if (std::ranges::any_of(settings.faults, &FAULT_RULE::UsesChance))
+        std::fprintf(stderr, "chipsim: seed %u\n", settings.seed);
+}
+
 void PrintCommand(const CHIP_COMMAND& command) {
     std::fprintf(stderr, "chipsim: %s\n", DescribeChipCommand(command).c_str());
 }
@@ -78,6 +89,7 @@ int Run(CHIPSIM_ARGUMENTS& arguments) {
     sigset_t inheritedMask;
     ::pthread_sigmask(SIG_BLOCK, &signals, &inheritedMask);
 
+    SettleSeed(arguments);
     arguments.settings.keepsLog = false;
     CSimulatedChip chip(arguments.settings);
     const std::string error =

@@ -137,6 +137,36 @@ TEST_F(ChipsimProgramTest, ALinkIsServedUntilStopped) {
     }
 }
 
+TEST_F(ChipsimProgramTest, FaultsComeFromOptionsAndFilesAndAreTraced) {
+    std::ofstream(File("faults")) << "# the second reset\n\n  reset:2:cut=3 \r\n";
+    const std::string script =
+        R"(printf '\001\003\014\000\001\003\014\000' >/dev/tty
+           dd if=/dev/tty bs=1 count=10 2>/dev/null | od -An -tx1 -v)";
+    EXPECT_EQ(Run({"--trace", "--faults", File("faults"), "--fault=reset:1:status=5", "--fault",
+                   "write:1%:flip", "--seed=7", "--", "sh", "-c", script}),
+              0);
+    EXPECT_EQ(Text("out"), " 04 0e 04 01 03 0c 05 04 0e 04\n");
+    EXPECT_EQ(Text("err"),
+              "chipsim: seed 7\n"
+              "chipsim: HCI Reset            length 0  fault reset:1:status=5\n"
+              "chipsim: HCI Reset            length 0  fault reset:2:cut=3\n");
+}
+
+TEST_F(ChipsimProgramTest, APortThatHangsUpEndsItsReadsAndNotTheCommand) {
+    const std::string script =
+        R"(exec 3<>/dev/tty; printf '\001\003\014\000' >&3
+           od -An -tx1 -v <&3 2>/dev/null; exit 5)";
+    EXPECT_EQ(Run({"--fault", "any:1:hangup=2", "--", "sh", "-c", script}), 5);
+    EXPECT_EQ(Text("out"), " 04 0e\n");
+
+    const std::string link = File("port");
+    const pid_t pid = Start({"--link", link, "--fault", "any:1:hangup"});
+    ASSERT_TRUE(Eventually([&] { return Text("err").ends_with(link + "\n"); }));
+    std::ofstream(link).write("\001\003\014\000", 4);
+    EXPECT_EQ(ExitStatus(pid), 0);
+    EXPECT_FALSE(fs::is_symlink(link));
+}
+
 TEST_F(ChipsimProgramTest, WrongUsageIsOneLineAndStatus2) {
     struct CASE {
         std::vector<std::string> words;
@@ -157,6 +187,9 @@ TEST_F(ChipsimProgramTest, WrongUsageIsOneLineAndStatus2) {
         {{"--ram", "9-5"}, "option '--ram' needs two addresses, FIRST-LAST, not '9-5'"},
         {{"--ram", "0-0x100000000"},
          "option '--ram' needs two addresses, FIRST-LAST, not '0-0x100000000'"},
+        {{"--seed", "x"}, "option '--seed' needs a number, not 'x'"},
+        {{"--fault", "write:1:frob"}, "fault 'write:1:frob': no such fault 'frob'"},
+        {{"--faults", "/no/such/file"}, "cannot read /no/such/file"},
         {{"--dump="}, "option '--dump' needs a file name, not ''"},
     };
     for (const CASE& c : cases) {

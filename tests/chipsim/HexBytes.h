@@ -28,7 +28,7 @@ inline std::string HexText(const std::vector<unsigned char>& bytes) {
     return text;
 }
 
-// A reply as one line: "+100ms" for a pause, then the bytes.
+// A reply as one line: "+100ms" for a pause, then the bytes, then what else it does.
 inline std::string ReplyText(const CHIP_REPLY& reply) {
     std::ostringstream text;
     const char* gap = "";
@@ -38,5 +38,9 @@ inline std::string ReplyText(const CHIP_REPLY& reply) {
         if (!piece.bytes.empty())
             text << std::exchange(gap, " ") << HexText(piece.bytes);
     }
+    if (reply.hangsUp)
+        text << std::exchange(gap, " ") << "hangs up";
+    if (reply.readPauseMs != 0)
+        text << std::exchange(gap, " ") << "reads nothing for " << reply.readPauseMs << "ms";
     return text.str();
 }

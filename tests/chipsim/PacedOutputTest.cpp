@@ -80,4 +80,22 @@ TEST(PacedInputTest, BytesArriveWhenTheLineHasCarriedThem) {
     EXPECT_TRUE(input.WantsBytes(10 * NS_PER_MS));
 }
 
+TEST(PacedOutputTest, APortHangsUpBehindTheBytesOnceTheyCanHaveBeenRead) {
+    for (const bool withBytes : {false, true}) {
+        CPacedOutput output(0);
+        CHIP_REPLY reply = Reply({{2, withBytes ? Bytes("01 02") : Bytes("")}});
+        reply.hangsUp = true;
+        output.Queue(reply, 0);
+        EXPECT_FALSE(output.HangUpIsDue(2 * NS_PER_MS - 1));
+        const std::span<const unsigned char> due = output.Due(2 * NS_PER_MS);
+        EXPECT_EQ(due.size(), withBytes ? 2U : 0U);
+        if (withBytes)
+            output.Sent(due.size(), 2 * NS_PER_MS);
+        EXPECT_NE(output.HangUpIsDue(2 * NS_PER_MS), withBytes);
+        ASSERT_TRUE(output.NextDue());
+        EXPECT_TRUE(output.HangUpIsDue(*output.NextDue()));
+        EXPECT_TRUE(output.Due(*output.NextDue()).empty());
+    }
+}
+
 }  // namespace

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <random>
+#include <vector>
+
+#include "chipsim/FaultRule.h"
+
+// Spoils replies by rule. The command itself has been carried out by then: a fault is one of the
+// line, not of the memory. Several rules that meet one command work in the order given.
+//
+// Not synchronised: one thread at a time. The same rules, seed and commands give the same faults.
+class CFaultPlan {
+public:
+    CFaultPlan(std::vector<FAULT_RULE> rules, unsigned int seed);
+
+    // Changes the reply and adds what befell it to command.faults.
+    void Apply(CHIP_COMMAND& command, CHIP_REPLY& reply);
+
+private:
+    using BYTES = std::vector<unsigned char>;
+    struct COUNTED_RULE {
+        FAULT_RULE rule;
+        unsigned int seen = 0;  // commands of its kind
+    };
+
+    bool Strikes(COUNTED_RULE& counted, ChipCommandKinds kind);
+    void Spoil(const FAULT_RULE& rule, const CHIP_COMMAND& command, CHIP_REPLY& reply);
+    void ChangeBytes(const FAULT_RULE& rule, const CHIP_COMMAND& command, BYTES& bytes);
+    BYTES Noise(std::size_t count);
+
+    std::vector<COUNTED_RULE> m_Rules;
+    std::mt19937 m_Random;
+    bool m_bSilent = false;
+};
