@@ -152,6 +152,8 @@ std::string CChipDownloader::StartDownload(DownloadProgressCallback callback) {
 }
 
 unsigned int CChipDownloader::DownloadingThread(CExecutionThread* thread) {
+    // A download is thousands of short sleeps, one for each record at least.
+    SharpenSleepsOfThisThread();
     auto* downloader = static_cast<CChipDownloader*>(thread->GetContext());
     const CChipImageLoadingInformation& info = *downloader->DownloadInfo();
     if (CCustomDownloadAssistant* assistant = info.GetCustomDownloader()) {

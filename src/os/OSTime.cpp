@@ -1,5 +1,8 @@
 #include "os/OSTime.h"
 
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 #include <sys/time.h>
 
 #include <cerrno>
@@ -38,6 +41,12 @@ void PutThreadToSleep(unsigned int ms) {
     length.tv_sec = static_cast<time_t>(ms / 1000);
     length.tv_nsec = static_cast<long>(ms % 1000) * 1000000;
     __nsleep(&length, nullptr);
+}
+
+void SharpenSleepsOfThisThread() {
+#ifdef PR_SET_TIMERSLACK
+    prctl(PR_SET_TIMERSLACK, 1000UL, 0UL, 0UL, 0UL);  // nanoseconds
+#endif
 }
 
 int __nsleep(const timespec* req, timespec* rem) {  // NOLINT(bugprone-reserved-identifier)

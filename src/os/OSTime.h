@@ -24,6 +24,10 @@ void GetCurrentOSTime(dth* time);
 // Sleeps ms milliseconds, also through interrupting signals.
 void PutThreadToSleep(unsigned int ms);
 
+// Asks the system to end this thread's sleeps when they are due, not some 50 microseconds later,
+// for threads that sleep between one record and the next. Does nothing where that cannot be asked.
+void SharpenSleepsOfThisThread();
+
 // Sleeps for the whole of *req, however often it is interrupted; rem (may be null) receives what
 // was left at the last interruption. Always returns 1.
 int __nsleep(const timespec* req, timespec* rem);  // NOLINT(bugprone-reserved-identifier)
