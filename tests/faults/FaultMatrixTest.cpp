@@ -1,0 +1,199 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <iterator>
+#include <numeric>
+#include <sstream>
+#include <thread>
+
+#include "chipsim/IntelHexWriter.h"
+#include "chipsim/SparseMemory.h"
+#include "faults/FaultMatrix.h"
+#include "image/ChipImageByteData.h"
+#include "support/ProcessRun.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr unsigned int MINIDRIVER_ADDRESS = 0x00200000;
+constexpr unsigned int FIRMWARE_ADDRESS = 0x00500000;
+constexpr unsigned int CONFIG_ADDRESS = 0x00510000;
+
+Bytes CountingBytes(std::size_t count, unsigned char first) {
+    Bytes bytes(count);
+    std::iota(bytes.begin(), bytes.end(), first);
+    return bytes;
+}
+
+std::string AsIntelHex(unsigned int address, const Bytes& bytes) {
+    CSparseMemory memory;
+    memory.Write(address, bytes);
+    return MakeIntelHexText(memory);
+}
+
+void AppendHcdRecord(std::string* file, char kind, unsigned int address, const Bytes& data) {
+    file->append({kind, '\xFC', static_cast<char>(data.size() + 4)});
+    for (int shift = 0; shift < 32; shift += 8) {
+        file->push_back(static_cast<char>(address >> shift & 0xFFU));
+    }
+    file->append(data.begin(), data.end());
+}
+
+// A download that has one of every kind of command, in a folder of its own.
+class CFaultyDownload {
+public:
+    CFaultyDownload() {
+        m_Folder.Write("md.hex", AsIntelHex(MINIDRIVER_ADDRESS, m_Minidriver));
+        m_Folder.Write("fw.hex", AsIntelHex(FIRMWARE_ADDRESS, m_Firmware));
+        std::string config;
+        AppendHcdRecord(&config, '\x4C', CONFIG_ADDRESS, m_Config);
+        AppendHcdRecord(&config, '\x4E', FIRMWARE_ADDRESS, {});
+        m_Folder.Write("cfg.hcd", config);
+        m_Folder.Write("board.vnp",
+                       "DevicePreset = \"Faults\"\nDLConfigTargeting = FLASH\n"
+                       "DLSectorEraseMode = Chip erase\nDLWriteVerifyMode = Write and verify\n");
+    }
+
+    PROCESS_RESULT Run(const std::string& fault) const {
+        return RunProcess(m_Folder, {CHIPSIM_PROGRAM,
+                                     "--baud",
+                                     "0",
+                                     "--seed",
+                                     "7",
+                                     "--erase-time",
+                                     "40",
+                                     "--fault",
+                                     fault,
+                                     "--dump",
+                                     "dump.hex",
+                                     "--",
+                                     HCILOAD_PROGRAM,
+                                     "-VINTORMODE",
+                                     "-PORT",
+                                     "/dev/tty",
+                                     "-BAUDRATE",
+                                     "115200",
+                                     "-VNP",
+                                     "board.vnp",
+                                     "-MINIDRIVER",
+                                     "md.hex",
+                                     "-FIRMWARE",
+                                     "fw.hex",
+                                     "-CONFIG",
+                                     "cfg.hcd",
+                                     "-CHECKCRC"});
+    }
+
+    // How many bytes of the files are in the chip; -1 when it holds any other byte.
+    int CountBytesInChip() const {
+        CChipImageByteData dump("", "", "");
+        if (!dump.LoadFromHexFile(m_Folder.PathOf("dump.hex").c_str(), true, false).empty()) {
+            return 0;  // an empty memory makes a file without data
+        }
+        int count = 0;
+        for (unsigned int i = 0; i < dump.CountContiguousRanges(); ++i) {
+            for (unsigned int offset = 0; offset < dump.GetRangeByteSize(i); ++offset) {
+                const unsigned int address = dump.GetRangeStartingAddress(i) + offset;
+                if (ExpectedByte(address) != dump.GetRangeBytePointer(i)[offset]) {
+                    return -1;
+                }
+                ++count;
+            }
+        }
+        return count;
+    }
+
+    int CountBytesInFiles() const {
+        return static_cast<int>(m_Minidriver.size() + m_Firmware.size() + m_Config.size());
+    }
+
+private:
+    int ExpectedByte(unsigned int address) const {
+        const struct {
+            unsigned int m_nStart;
+            const Bytes& m_Data;
+        } areas[] = {{MINIDRIVER_ADDRESS, m_Minidriver},
+                     {FIRMWARE_ADDRESS, m_Firmware},
+                     {CONFIG_ADDRESS, m_Config}};
+        for (const auto& area : areas) {
+            if (address - area.m_nStart < area.m_Data.size()) {
+                return area.m_Data[address - area.m_nStart];
+            }
+        }
+        return -1;
+    }
+
+    CTempDir m_Folder;
+    Bytes m_Minidriver = CountingBytes(40, 0x40);
+    Bytes m_Firmware = CountingBytes(104, 0x00);
+    Bytes m_Config = CountingBytes(40, 0x80);
+};
+
+// The chip says its seed where chance is in play.
+std::string WithoutSeed(const std::string& err) {
+    return err.starts_with("chipsim: seed ") ? err.substr(err.find('\n') + 1) : err;
+}
+
+void CheckCell(const FAULT_TARGET& target, const FAULT_KIND& kind) {
+    const FAULT_OUTCOME expected = ExpectedOutcome(target, kind);
+    const std::string fault = std::string(target.selector) + ":" + kind.fault;
+    SCOPED_TRACE(fault);
+    const CFaultyDownload download;
+    const PROCESS_RESULT result = download.Run(fault);
+    if (expected.error.empty()) {
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_THAT(result.out, testing::HasSubstr("Current state: Completed successfully\n"));
+        EXPECT_EQ(download.CountBytesInChip(), download.CountBytesInFiles());
+    } else {
+        EXPECT_EQ(result.status, 241);
+        EXPECT_EQ(WithoutSeed(result.err), expected.error + "\n");
+        EXPECT_THAT(result.out, testing::Not(testing::HasSubstr("Completed successfully")));
+        EXPECT_GE(download.CountBytesInChip(), 0);
+    }
+    EXPECT_LT(result.seconds, expected.seconds);
+}
+
+[[maybe_unused]] void PrintTo(const FAULT_TARGET& target, std::ostream* out) {
+    *out << target.selector;
+}
+
+class FaultMatrix : public testing::TestWithParam<FAULT_TARGET> {};
+
+// The programs sleep most of the time, so several run side by side.
+TEST_P(FaultMatrix, EveryFaultHasItsOutcome) {
+    const std::vector<FAULT_KIND> kinds = FaultKindsOf(GetParam());
+    std::atomic<std::size_t> next = 0;
+    std::vector<std::jthread> workers;
+    for (int i = 0; i < 7; ++i) {
+        workers.emplace_back([&] {
+            for (std::size_t cell = next++; cell < kinds.size(); cell = next++) {
+                CheckCell(GetParam(), kinds[cell]);
+            }
+        });
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, FaultMatrix, testing::ValuesIn(FaultTargets()),
+                         [](const auto& cell) {
+                             std::string name = cell.param.name;
+                             std::replace(name.begin(), name.end(), ' ', '_');
+                             return name;
+                         });
+
+// With UPDATE_FAULT_PAGE set the page is written anew instead.
+TEST(FaultTable, IsTheOneThatUsersRead) {
+    std::ostringstream page;
+    page << std::ifstream(FAULT_PAGE).rdbuf();
+    if (std::getenv("UPDATE_FAULT_PAGE") != nullptr) {
+        std::ofstream(FAULT_PAGE) << FaultTableAsMarkdown();
+        return;
+    }
+    EXPECT_EQ(page.str(), FaultTableAsMarkdown())
+        << "write it anew with UPDATE_FAULT_PAGE=1 in the environment";
+}
+
+}  // namespace
