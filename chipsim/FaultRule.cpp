@@ -1,6 +1,7 @@
 #include "chipsim/FaultRule.h"
 
 #include <charconv>
+#include <cmath>
 #include <fstream>
 #include <string_view>
 
@@ -72,7 +73,7 @@ bool ParseChance(std::string_view text, FAULT_RULE& rule) {
     const auto [stop, error] = std::from_chars(text.data(), end, percent, std::chars_format::fixed);
     if (error != std::errc() || stop != end || !(percent >= 0 && percent <= 100))
         return false;
-    rule.chance = static_cast<unsigned int>(percent * 10'000 + 0.5);
+    rule.chance = static_cast<unsigned int>(std::lround(percent * 10'000));
     return true;
 }
 
@@ -160,7 +161,7 @@ std::string ReadFaultFile(const std::string& path, std::vector<FAULT_RULE>& rule
         const std::size_t end = line.find_last_not_of(" \t\r");
         const std::string error = ParseFaultRule(line.substr(start, end - start + 1), rule);
         if (!error.empty())
-            return path + ":" + std::to_string(number) + ": " + error;
+            return std::string(path).append(":").append(std::to_string(number)) + ": " + error;
         rules.push_back(std::move(rule));
     }
     return file.bad() ? "cannot read " + path : std::string();
