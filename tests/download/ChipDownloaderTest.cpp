@@ -1,7 +1,6 @@
 #include "download/ChipDownloader.h"
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 
 #include <atomic>
 #include <mutex>
@@ -9,6 +8,7 @@
 #include "download/HciTrace.h"
 #include "support/DownloadSetup.h"
 #include "support/SampleImages.h"
+#include "support/UnaffordableThreads.h"
 
 namespace {
 
@@ -272,20 +272,10 @@ TEST(ChipDownloader, TheCallbackHearsOfDetailsOnlyWithALog) {
 }
 
 TEST(ChipDownloader, ReportsAThreadThatCannotBeStarted) {
-    pthread_attr_t usual;
-    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
-    pthread_attr_t unaffordable;
-    pthread_attr_init(&unaffordable);
-    ASSERT_EQ(pthread_attr_setstacksize(&unaffordable, std::size_t{1} << 46), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&unaffordable), 0);
-
     CDownloadSetup setup(Reserved(true));
     ASSERT_EQ(setup.Prepare(), "");
+    const CUnaffordableThreads noThreads;
     const std::string error = setup.Downloader().StartDownload(nullptr);
-    pthread_setattr_default_np(&usual);
-    pthread_attr_destroy(&unaffordable);
-    pthread_attr_destroy(&usual);
-
     EXPECT_THAT(error,
                 StartsWith("CChipDownloader::StartDownload failed to start download thread! "));
     EXPECT_EQ(setup.Error(), error);
