@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -29,6 +32,15 @@ struct CRequest {
     BooleanOptions m_CheckCRC = OPTION_UNSET;
     unsigned int m_nMinidriverChunkSize = 0;
 };
+
+// Whoever starts the program with a standard stream closed must not find its lines on the chip's
+// line: the port would get the free descriptor.
+void FillStandardDescriptors() {
+    int descriptor = 0;
+    while ((descriptor = open("/dev/null", O_RDWR)) >= 0 && descriptor <= STDERR_FILENO) {
+    }
+    close(descriptor);
+}
 
 std::string ReadRequest(int argc, char** argv, CRequest* request) {
     return ProcessArgsAndPrepare(argc, argv, &request->m_strTransportParameters,
@@ -92,6 +104,7 @@ void RecordTimes(double total, double net, const char* logFileName) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    FillStandardDescriptors();
     // A reader of our lines that goes away does not end the download.
     std::signal(SIGPIPE, SIG_IGN);
     InstallTerminalRestoreOnSignals();

@@ -9,15 +9,12 @@
 #include <sstream>
 #include <thread>
 
-#include "chipsim/IntelHexWriter.h"
-#include "chipsim/SparseMemory.h"
 #include "faults/FaultMatrix.h"
 #include "image/ChipImageByteData.h"
 #include "support/ProcessRun.h"
+#include "support/SampleImages.h"
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
 
 constexpr unsigned int MINIDRIVER_ADDRESS = 0x00200000;
 constexpr unsigned int FIRMWARE_ADDRESS = 0x00500000;
@@ -29,30 +26,13 @@ Bytes CountingBytes(std::size_t count, unsigned char first) {
     return bytes;
 }
 
-std::string AsIntelHex(unsigned int address, const Bytes& bytes) {
-    CSparseMemory memory;
-    memory.Write(address, bytes);
-    return MakeIntelHexText(memory);
-}
-
-void AppendHcdRecord(std::string* file, char kind, unsigned int address, const Bytes& data) {
-    file->append({kind, '\xFC', static_cast<char>(data.size() + 4)});
-    for (int shift = 0; shift < 32; shift += 8) {
-        file->push_back(static_cast<char>(address >> shift & 0xFFU));
-    }
-    file->append(data.begin(), data.end());
-}
-
 // A download that has one of every kind of command, in a folder of its own.
 class CFaultyDownload {
 public:
     CFaultyDownload() {
-        m_Folder.Write("md.hex", AsIntelHex(MINIDRIVER_ADDRESS, m_Minidriver));
-        m_Folder.Write("fw.hex", AsIntelHex(FIRMWARE_ADDRESS, m_Firmware));
-        std::string config;
-        AppendHcdRecord(&config, '\x4C', CONFIG_ADDRESS, m_Config);
-        AppendHcdRecord(&config, '\x4E', FIRMWARE_ADDRESS, {});
-        m_Folder.Write("cfg.hcd", config);
+        m_Folder.Write("md.hex", IntelHexText({{MINIDRIVER_ADDRESS, m_Minidriver}}));
+        m_Folder.Write("fw.hex", IntelHexText({{FIRMWARE_ADDRESS, m_Firmware}}));
+        m_Folder.Write("cfg.hcd", HcdFile({{CONFIG_ADDRESS, m_Config}}, FIRMWARE_ADDRESS));
         m_Folder.Write("board.vnp",
                        "DevicePreset = \"Faults\"\nDLConfigTargeting = FLASH\n"
                        "DLSectorEraseMode = Chip erase\nDLWriteVerifyMode = Write and verify\n");
