@@ -1,0 +1,35 @@
+# What "cmake --install" puts where, all of it below the prefix.
+
+include(CMakePackageConfigHelpers)
+
+set(HCILOAD_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/hciload)
+
+install(TARGETS hciload chipsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+# The library. A header keeps its path from src/, so that its own includes hold.
+install(TARGETS libhciload EXPORT hciloadTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hciload FILES_MATCHING PATTERN "*.h")
+install(EXPORT hciloadTargets NAMESPACE hciload:: DESTINATION ${HCILOAD_CMAKE_DIR})
+configure_package_config_file(cmake/hciloadConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/hciloadConfig.cmake INSTALL_DESTINATION ${HCILOAD_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/hciloadConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/hciloadConfig.cmake
+              ${PROJECT_BINARY_DIR}/hciloadConfigVersion.cmake
+        DESTINATION ${HCILOAD_CMAKE_DIR})
+
+install(FILES docs/man/hciload.1 docs/man/chipsim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+
+foreach(program hciload chipsim)
+    install(FILES completion/${program}.bash
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${program})
+    install(FILES completion/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+endforeach()
+
+install(FILES packaging/70-hciload.rules DESTINATION lib/udev/rules.d)
+
+file(GLOB HCILOAD_DOCS CONFIGURE_DEPENDS docs/*.md)
+install(FILES README.md ARCHITECTURE.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${HCILOAD_DOCS} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
