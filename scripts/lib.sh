@@ -26,6 +26,16 @@ need_build_tools() {
     need_command python3 python3
 }
 
+# What making and trying the package takes. lintian is used when it is there.
+need_package_tools() {
+    need_command dpkg-shlibdeps dpkg-dev
+    need_command file file
+    need_command git git
+    need_command man man-db
+    need_command mandoc mandoc
+    need_command zsh zsh
+}
+
 # install_missing: installs all packages noted so far. Says nothing when there is none.
 install_missing() {
     [ -n "$missing" ] || return 0
