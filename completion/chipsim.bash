@@ -16,7 +16,7 @@ _chipsim() {
         return
     done
     case $previous in
-        --dump)
+        --dump | --faults)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             ;;
@@ -26,10 +26,15 @@ _chipsim() {
         --baud)
             COMPREPLY=($(compgen -W "0 115200" -- "$cur"))
             ;;
-        --ram | --erase-time | --erase-markers) ;;
+        --fault)
+            compopt -o nospace 2>/dev/null
+            COMPREPLY=($(compgen -S : -W "reset minidriver write read launch crc erase other any" \
+                -- "$cur"))
+            ;;
+        --ram | --erase-time | --erase-markers | --seed) ;;
         *)
             COMPREPLY=($(compgen -W "--link --baud --ram --erase-time --erase-markers --dump
-                --trace --help --version --" -- "$cur"))
+                --fault --faults --seed --trace --help --version --" -- "$cur"))
             ;;
     esac
 }

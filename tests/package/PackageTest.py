@@ -186,6 +186,7 @@ class Completion(unittest.TestCase):
             ((*vintor, "-BAUDRATE", "3"), ["3000000NFC"]),
             (("chipsim", "--erase-t"), ["--erase-time"]),
             (("chipsim", "--dump", "my"), ["my own.hex"]),
+            (("chipsim", "--fault", "re"), ["read:", "reset:"]),
             (("chipsim", "--trace", "--", *vintor, "-VNP", ""), ["d.vnp"]),
         ]
         for words, expected in cases:
