@@ -20,6 +20,10 @@ constexpr std::array<KIND_NAMES, CHIP_COMMAND_KIND_COUNT> NAMES = {{
     {"launch", "Launch RAM", true},
     {"crc", "CRC request", true},
     {"erase", "Chip erase", false},
+    {"patch", "Patch record", false},
+    {"signature", "Signature record", false},
+    {"secure", "Set secure mode", false},
+    {"resetntf", "Reset notification", false},
     {"other", "Unknown command", false},
 }};
 
@@ -53,6 +57,10 @@ std::string DescribeChipCommand(const CHIP_COMMAND& command) {
     }
     std::snprintf(line, sizeof line, " length %u", command.length);
     text += line;
+    if (command.segments > 1) {
+        std::snprintf(line, sizeof line, "  segments %u", command.segments);
+        text += line;
+    }
     if (command.status != 0) {
         std::snprintf(line, sizeof line, "  status 0x%02X", command.status);
         text += line;

@@ -15,17 +15,22 @@ enum ChipCommandKinds : unsigned char {
     CHIP_LAUNCH,      // Launch RAM
     CHIP_CRC,         // CRC request
     CHIP_ERASE,       // chip erase
+    CHIP_PATCH,       // NCI patch record
+    CHIP_SIGNATURE,   // NCI signature record, the last of a patch set
+    CHIP_SECURE,      // NCI set secure mode
+    CHIP_RESET_NTF,   // NCI reset notification: not asked for but sent by the chip itself
     CHIP_OTHER,       // anything the chip does not know
 };
-inline constexpr unsigned int CHIP_COMMAND_KIND_COUNT = 8;
+inline constexpr unsigned int CHIP_COMMAND_KIND_COUNT = 12;
 
-// One command the chip has seen.
+// One command the chip has seen, or one notification that it has sent by itself.
 struct CHIP_COMMAND {
     ChipCommandKinds kind = CHIP_OTHER;
     std::uint32_t address = 0;          // 0 when the command has none
-    std::uint32_t length = 0;           // bytes written, read or summed; else bytes of parameters
+    std::uint32_t length = 0;           // bytes written, read, summed, or of parameters or record
+    unsigned int segments = 1;          // packets in which a record came
     unsigned char status = 0;           // what the chip made of it, before any fault
-    std::vector<unsigned char> packet;  // as received, packet indicator included
+    std::vector<unsigned char> packet;  // as on the line; of a record its last segment
     std::vector<std::string> faults;    // the rules that spoilt the reply, as written
 };
 

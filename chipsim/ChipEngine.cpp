@@ -10,13 +10,13 @@ std::vector<CHIP_REPLY> CChipEngine::Receive(std::span<const unsigned char> byte
         m_ReceivedBytes.insert(m_ReceivedBytes.end(), bytes.begin(), bytes.end());
     m_Framer.Append(bytes);
 
-    std::vector<CHIP_REPLY> replies;
+    REPLIES replies;
     CHIP_COMMAND command;
     while (m_Framer.TakePacket(command.packet)) {
-        CHIP_REPLY reply = Execute(command);
-        m_Faults.Apply(command, reply);
-        replies.push_back(std::move(reply));
-        Record(std::exchange(command, {}));
+        if (command.packet.front() == CPacketFramer::HCI_COMMAND_INDICATOR)
+            ExecuteHci(std::exchange(command, {}), replies);
+        else
+            ExecuteNci(std::exchange(command, {}), replies);
     }
     return replies;
 }
@@ -25,13 +25,37 @@ void CChipEngine::SetObserver(std::function<void(const CHIP_COMMAND&)> observer)
     m_Observer = std::move(observer);
 }
 
-CHIP_REPLY CChipEngine::Execute(CHIP_COMMAND& command) {
-    if (command.packet.front() == CPacketFramer::HCI_COMMAND_INDICATOR)
-        return m_Hci.Answer(command);
-    return {};
+void CChipEngine::ExecuteHci(CHIP_COMMAND&& command, REPLIES& replies) {
+    CHIP_REPLY reply = m_Hci.Answer(command);
+    Finish(std::move(command), std::move(reply), replies);
 }
 
-void CChipEngine::Record(CHIP_COMMAND&& command) {
+void CChipEngine::ExecuteNci(CHIP_COMMAND&& command, REPLIES& replies) {
+    std::optional<CHIP_REPLY> reply = m_Nci.Answer(command);
+    std::optional<CHIP_RECORD> record = m_Nci.TakeRecord();
+    if (record && m_Settings.keepsRecords)
+        m_Records.push_back(std::move(*record));
+    if (!reply)
+        return;
+    const bool isSignature = command.kind == CHIP_SIGNATURE;
+    Finish(std::move(command), std::move(*reply), replies);
+    if (isSignature && m_Settings.sendsResetNtf) {
+        unsigned int delayMs = m_Settings.resetNtfDelayMs;
+        for (const CHIP_REPLY_PIECE& piece : replies.back().pieces)
+            delayMs += piece.delayMs;
+        SendResetNotification(delayMs, replies);
+    }
+}
+
+void CChipEngine::SendResetNotification(unsigned int delayMs, REPLIES& replies) {
+    CHIP_COMMAND notification;
+    CHIP_REPLY reply = CNciChip::ResetNotification(delayMs, notification);
+    Finish(std::move(notification), std::move(reply), replies);
+}
+
+void CChipEngine::Finish(CHIP_COMMAND&& command, CHIP_REPLY&& reply, REPLIES& replies) {
+    m_Faults.Apply(command, reply);
+    replies.push_back(std::move(reply));
     if (m_Observer)
         m_Observer(command);
     if (m_Settings.keepsLog)

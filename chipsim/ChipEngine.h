@@ -8,6 +8,7 @@
 #include "chipsim/ChipSettings.h"
 #include "chipsim/FaultPlan.h"
 #include "chipsim/HciChip.h"
+#include "chipsim/NciChip.h"
 #include "chipsim/PacketFramer.h"
 #include "chipsim/SparseMemory.h"
 
@@ -35,20 +36,27 @@ public:
     CSparseMemory& Memory() { return m_Memory; }
     const CSparseMemory& Memory() const { return m_Memory; }
 
-    // Both are empty when the settings keep no log.
+    // These are empty when the settings say not to keep them.
     const std::vector<CHIP_COMMAND>& Commands() const { return m_Commands; }
     const std::vector<unsigned char>& ReceivedBytes() const { return m_ReceivedBytes; }
+    const std::vector<CHIP_RECORD>& Records() const { return m_Records; }
 
 private:
-    CHIP_REPLY Execute(CHIP_COMMAND& command);
-    void Record(CHIP_COMMAND&& command);
+    using REPLIES = std::vector<CHIP_REPLY>;
+
+    void ExecuteHci(CHIP_COMMAND&& command, REPLIES& replies);
+    void ExecuteNci(CHIP_COMMAND&& command, REPLIES& replies);
+    void SendResetNotification(unsigned int delayMs, REPLIES& replies);
+    void Finish(CHIP_COMMAND&& command, CHIP_REPLY&& reply, REPLIES& replies);
 
     const CHIP_SETTINGS m_Settings;
     CSparseMemory m_Memory;
     CPacketFramer m_Framer;
     CHciChip m_Hci;
+    CNciChip m_Nci;
     CFaultPlan m_Faults;
     std::function<void(const CHIP_COMMAND&)> m_Observer;
     std::vector<CHIP_COMMAND> m_Commands;
     std::vector<unsigned char> m_ReceivedBytes;
+    std::vector<CHIP_RECORD> m_Records;
 };

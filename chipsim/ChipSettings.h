@@ -18,6 +18,11 @@ struct CHIP_SETTINGS {
     std::uint32_t ramFirst = 0x00200000;
     std::uint32_t ramLast = 0x002FFFFF;
 
+    // Whether an acknowledged signature record is followed by the NCI reset notification, and how
+    // long after its acknowledgement.
+    bool sendsResetNtf = false;
+    unsigned int resetNtfDelayMs = 100;
+
     // What goes wrong, and the seed of all that is left to chance in it.
     std::vector<FAULT_RULE> faults;
     unsigned int seed = 1;
@@ -25,4 +30,5 @@ struct CHIP_SETTINGS {
     // Whether the commands and the bytes received are kept to be asked for. They grow for as long
     // as the chip runs, so a port that stays for days does without.
     bool keepsLog = true;
+    bool keepsRecords = true;  // likewise for the NCI records
 };

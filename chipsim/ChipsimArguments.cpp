@@ -9,7 +9,7 @@
 namespace {
 
 constexpr unsigned int HIGHEST_BAUD = 100'000'000;
-constexpr unsigned int LONGEST_ERASE_MS = 600'000;
+constexpr unsigned int LONGEST_DELAY_MS = 600'000;
 constexpr unsigned int MOST_MARKERS = 1000;
 
 using ARGUMENTS = CHIPSIM_ARGUMENTS;
@@ -20,6 +20,11 @@ bool SetBaud(ARGUMENTS& arguments, const std::string& value, std::string&) {
 
 bool SetDump(ARGUMENTS& arguments, const std::string& value, std::string&) {
     arguments.dumpFile = value;
+    return !value.empty();
+}
+
+bool SetRecords(ARGUMENTS& arguments, const std::string& value, std::string&) {
+    arguments.recordsFile = value;
     return !value.empty();
 }
 
@@ -39,11 +44,20 @@ bool SetRam(ARGUMENTS& arguments, const std::string& value, std::string&) {
 }
 
 bool SetEraseTime(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    return ReadArgumentNumber(value, LONGEST_ERASE_MS, arguments.settings.eraseTimeMs);
+    return ReadArgumentNumber(value, LONGEST_DELAY_MS, arguments.settings.eraseTimeMs);
 }
 
 bool SetEraseMarkers(ARGUMENTS& arguments, const std::string& value, std::string&) {
     return ReadArgumentNumber(value, MOST_MARKERS, arguments.settings.eraseMarkers);
+}
+
+bool SetResetNtf(ARGUMENTS& arguments, const std::string&, std::string&) {
+    return arguments.settings.sendsResetNtf = true;
+}
+
+bool SetResetNtfDelay(ARGUMENTS& arguments, const std::string& value, std::string&) {
+    arguments.settings.sendsResetNtf = true;
+    return ReadArgumentNumber(value, LONGEST_DELAY_MS, arguments.settings.resetNtfDelayMs);
 }
 
 bool AddFault(ARGUMENTS& arguments, const std::string& value, std::string& error) {
@@ -83,10 +97,13 @@ struct OPTION {
 constexpr OPTION OPTIONS[] = {
     {"--baud", "a number of bits per second", SetBaud},
     {"--dump", "a file name", SetDump},
+    {"--dump-records", "a file name", SetRecords},
     {"--link", "a path", SetLink},
     {"--ram", "two addresses, FIRST-LAST", SetRam},
     {"--erase-time", "milliseconds, at most 600000", SetEraseTime},
     {"--erase-markers", "a number, at most 1000", SetEraseMarkers},
+    {"--reset-ntf", nullptr, SetResetNtf},
+    {"--reset-ntf-delay", "milliseconds, at most 600000", SetResetNtfDelay},
     {"--fault", "KIND:WHEN:FAULT", AddFault},
     {"--faults", "a file name", AddFaultFile},
     {"--seed", "a number", SetSeed},
@@ -173,15 +190,20 @@ PATH a name for the port and serves it until SIGINT or SIGTERM.
       --erase-time MS      how long a chip erase takes (200)
       --erase-markers N    progress markers sent during a chip erase (2)
       --dump FILE          at the end, write the chip's memory as Intel HEX
+      --dump-records FILE  at the end, write the NCI records that arrived
+      --reset-ntf          send the NCI reset notification after a signature
+      --reset-ntf-delay MS
+                           how long after it (100); implies --reset-ntf
       --trace              print each command on standard error
       --fault KIND:WHEN:FAULT
                            spoil replies; may be given several times. KIND is
                            reset, minidriver, write, read, launch, crc, erase,
-                           other or any; WHEN is N, N-M, N+, N% or every; FAULT
-                           is drop, late=MS, pieces=N,MS, twice, flip=BIT,
-                           event=N, noise-before=N, noise-after=N, status=N,
-                           cut=N, silence, flood=N, hangup=N, slow=MS,
-                           baddata=N or badcrc
+                           patch, signature, secure, resetntf, other or any;
+                           WHEN is N, N-M, N+, N% or every; FAULT is drop,
+                           late=MS, pieces=N,MS, twice, flip=BIT, event=N,
+                           noise-before=N, noise-after=N, status=N, cut=N,
+                           silence, flood=N, hangup=N, slow=MS, baddata=N or
+                           badcrc
       --faults FILE        take faults from a file, one on a line
       --seed N             seed of what is left to chance in faults
   -h, --help               show this help and end

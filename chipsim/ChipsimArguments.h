@@ -9,6 +9,7 @@
 struct CHIPSIM_ARGUMENTS {
     CHIP_SETTINGS settings;
     std::string dumpFile;              // empty = no dump
+    std::string recordsFile;           // likewise
     std::string linkPath;              // empty = run the command
     std::vector<std::string> command;  // with its own arguments
     bool hasSeed = false;              // settings.seed was given

@@ -76,7 +76,8 @@ void CFaultPlan::Apply(CHIP_COMMAND& command, CHIP_REPLY& reply) {
 
 bool CFaultPlan::Strikes(COUNTED_RULE& counted, ChipCommandKinds kind) {
     const FAULT_RULE& rule = counted.rule;
-    if (rule.kind && *rule.kind != kind)
+    // "any" is any command, and the notification is none.
+    if (rule.kind ? *rule.kind != kind : kind == CHIP_RESET_NTF)
         return false;
     ++counted.seen;
     if (rule.chance)

@@ -190,6 +190,11 @@ std::vector<unsigned char> CSimulatedChip::ReceivedBytes() const {
     return m_Engine.ReceivedBytes();
 }
 
+std::vector<CHIP_RECORD> CSimulatedChip::Records() const {
+    const std::lock_guard lock(m_Mutex);
+    return m_Engine.Records();
+}
+
 bool CSimulatedChip::WaitForCommands(std::size_t count, unsigned int timeoutMs) const {
     std::unique_lock lock(m_Mutex);
     return m_CommandSeen.wait_for(lock, std::chrono::milliseconds(timeoutMs),

@@ -51,6 +51,8 @@ public:
     std::vector<CHIP_COMMAND> Commands() const;
     std::vector<unsigned char> ReceivedBytes() const;
 
+    std::vector<CHIP_RECORD> Records() const;
+
     // Waits until so many commands were carried out; false when the time is up first.
     bool WaitForCommands(std::size_t count, unsigned int timeoutMs) const;
 

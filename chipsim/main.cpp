@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "chipsim/ChipsimArguments.h"
+#include "chipsim/ResultFile.h"
 #include "chipsim/SimulatedChip.h"
 #include "chipsim/TerminalCommand.h"
 
@@ -78,12 +78,26 @@ void PrintCommand(const CHIP_COMMAND& command) {
     std::fprintf(stderr, "chipsim: %s\n", DescribeChipCommand(command).c_str());
 }
 
+std::string RecordsAsFile(const CSimulatedChip& chip) {
+    std::string text;
+    for (const CHIP_RECORD& record : chip.Records())
+        text.append(record.bytes.begin(), record.bytes.end());
+    return text;
+}
+
+// The status, or that of a failure when there was none so far.
+int WriteResult(CResultFile& file, const std::string& text, int status) {
+    if (file.Write(text))
+        return status;
+    return Fail("cannot write " + file.Path(), status != 0 ? status : OWN_FAILURE);
+}
+
 int Run(CHIPSIM_ARGUMENTS& arguments) {
-    std::ofstream dump;
-    if (!arguments.dumpFile.empty()) {
-        dump.open(arguments.dumpFile);
-        if (!dump)
-            return Fail("cannot write " + arguments.dumpFile, OWN_FAILURE);
+    CResultFile dump(arguments.dumpFile);
+    CResultFile records(arguments.recordsFile);
+    for (const CResultFile* file : {&dump, &records}) {
+        if (!file->IsUsable())
+            return Fail("cannot write " + file->Path(), OWN_FAILURE);
     }
     const sigset_t signals = WaitedSignals();
     sigset_t inheritedMask;
@@ -91,18 +105,17 @@ int Run(CHIPSIM_ARGUMENTS& arguments) {
 
     SettleSeed(arguments);
     arguments.settings.keepsLog = false;
+    arguments.settings.keepsRecords = !arguments.recordsFile.empty();
     CSimulatedChip chip(arguments.settings);
     const std::string error =
         chip.Start(arguments.linkPath, arguments.trace ? PrintCommand : nullptr);
     if (!error.empty())
         return Fail(error, OWN_FAILURE);
-    const int status = arguments.command.empty()
-                           ? ServePort(chip, signals)
-                           : RunCommand(chip, arguments, signals, inheritedMask);
+    int status = arguments.command.empty() ? ServePort(chip, signals)
+                                           : RunCommand(chip, arguments, signals, inheritedMask);
     chip.Stop();
-    if (dump.is_open() && !(dump << chip.MemoryAsIntelHex() << std::flush))
-        return Fail("cannot write " + arguments.dumpFile, status != 0 ? status : OWN_FAILURE);
-    return status;
+    status = WriteResult(dump, chip.MemoryAsIntelHex(), status);
+    return WriteResult(records, RecordsAsFile(chip), status);
 }
 
 }  // namespace

@@ -110,6 +110,20 @@ TEST_F(ChipsimProgramTest, TheCommandReachesTheChipAsItsTerminal) {
     EXPECT_EQ(Text("dump"), ":020000040020DA\n:0400000001020AFFF0\n:00000001FF\n");
 }
 
+TEST_F(ChipsimProgramTest, DumpsTheRecordsThatArrived) {
+    const std::string script =
+        R"(printf '\020\077\056\001\006\020\057\056\001\007' >/dev/tty
+           dd if=/dev/tty bs=1 count=16 2>/dev/null | od -An -tx1 -v)";
+    EXPECT_EQ(Run({"--dump-records", File("records"), "--reset-ntf-delay=1", "--trace", "--", "sh",
+                   "-c", script}),
+              0);
+    EXPECT_EQ(Text("out"), " 10 4f 2e 01 00 10 6f 2e 01 00 10 60 00 02 00 01\n");
+    EXPECT_EQ(Text("err"),
+              "chipsim: Signature record     length 2  segments 2\n"
+              "chipsim: Reset notification   length 2\n");
+    EXPECT_EQ(Text("records"), std::string("\x10\x2F\x2E\x02\x06\x07"));
+}
+
 TEST_F(ChipsimProgramTest, ASignalGoesToTheCommandAndTheDumpIsStillWritten) {
     const pid_t pid = Start({"--dump", File("dump"), "--", "sh", "-c", "echo up; exec sleep 100"});
     ASSERT_TRUE(Eventually([&] { return Text("out") == "up\n"; }));

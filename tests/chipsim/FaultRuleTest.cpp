@@ -27,6 +27,7 @@ TEST(FaultRuleTest, ReadsKindTimeFaultAndValues) {
         {"minidriver:10%:flip", CHIP_MINIDRIVER, 1, NONE, 100'000, FAULT_FLIP, {NONE, NONE}},
         {"launch:0.01%:status", CHIP_LAUNCH, 1, NONE, 100, FAULT_STATUS, {0x0C, NONE}},
         {"erase:100%:flood", CHIP_ERASE, 1, NONE, 1'000'000, FAULT_FLOOD, {70'000, NONE}},
+        {"resetntf:1:late=1", CHIP_RESET_NTF, 1, 1, {}, FAULT_LATE, {1, NONE}},
         {"other:1:baddata=3", CHIP_OTHER, 1, 1, {}, FAULT_BADDATA, {3, NONE}},
     };
     for (const CASE& c : cases) {
