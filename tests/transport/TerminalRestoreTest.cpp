@@ -19,6 +19,7 @@ CCommunicationParameters ParamsFor(const std::string& path) {
 
 // Runs in a child process: connects twice, disconnects one and is ended by the signal.
 void ConnectAndEndBy(int signal, const std::string& path, const std::string& otherPath) {
+    std::signal(signal, SIG_DFL);  // a test run in the background starts with some ignored
     InstallTerminalRestoreOnSignals();
     CUARTConnector connector;
     CUARTConnector other;
