@@ -32,10 +32,9 @@ function(write_debian_changelog input output)
     file(WRITE ${output} "${text}\n")
 endfunction()
 
-file(REMOVE ${share}/doc/hciload/CHANGELOG.md)
 write_debian_changelog(${CPACK_HCILOAD_CHANGELOG} ${share}/doc/hciload/changelog)
 file(RENAME ${share}/zsh/site-functions ${share}/zsh/vendor-completions)
 
-# Without the time, so that the same sources make the same package.
+# Without the time in the archives, as Debian asks.
 file(GLOB pages ${share}/man/man1/*.1)
 execute_process(COMMAND gzip -9n ${share}/doc/hciload/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
