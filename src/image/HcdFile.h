@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-// HCD files are HCI commands as they go to the chip (Bluetooth Core Specification, Vol 4, Part E,
+// HCD files are HCI commands as they go to the chip (Bluetooth Core, Vol 4 Part E,
 // 5.4.1) one after another: the opcode, one length byte P, a 32-bit address and P - 4 data bytes,
 // all little-endian.
 
