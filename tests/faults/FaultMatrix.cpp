@@ -46,15 +46,28 @@ std::string Mismatch(const FAULT_TARGET& target, const char* read) {
 }
 
 FAULT_OUTCOME Recovers() {
-    return {"", DOWNLOAD_SECONDS};
+    return {"", "", DOWNLOAD_SECONDS};
 }
 
 FAULT_OUTCOME FailsWith(const std::string& error) {
-    return {error, DOWNLOAD_SECONDS};
+    return {error, error, DOWNLOAD_SECONDS};
 }
 
 FAULT_OUTCOME GetsNoReply(const FAULT_TARGET& target) {
-    return {target.noReply, target.noReplySeconds};
+    return {target.noReply, target.noReply, target.noReplySeconds};
+}
+
+// On a busy machine the flood may come in so slowly that 100 ms are over before the ring is full,
+// or so fast that it is full before the first poll of an erase.
+FAULT_OUTCOME Overflows(const FAULT_TARGET& target) {
+    FAULT_OUTCOME outcome = FailsWith(target.overflow);
+    const std::string_view selector = target.selector;
+    if (selector == "minidriver:1") {
+        outcome.orError = target.noReply;
+    } else if (selector == "erase:1") {
+        outcome.orError = "RxOverflow";
+    }
+    return outcome;
 }
 
 std::string InCode(const std::string& text) {
@@ -165,7 +178,7 @@ FAULT_OUTCOME ExpectedOutcome(const FAULT_TARGET& target, const FAULT_KIND& kind
         return target.nextNoReply == nullptr ? Recovers() : FailsWith(target.nextNoReply);
     }
     if (Is(kind, "flood=200000")) {
-        return FailsWith(target.overflow);
+        return Overflows(target);
     }
     // A read-back is compared from the first byte received on, so whatever comes before the reply
     // shifts it. Everything else is a pattern that is searched for.
@@ -217,6 +230,9 @@ std::string FaultTableAsMarkdown() {
             text.append("| ").append(kind.name).append(" | `").append(target.selector);
             text.append(":").append(kind.fault).append("` | ");
             text += outcome.error.empty() ? "recovers" : InCode(outcome.error);
+            if (outcome.orError != outcome.error) {
+                text.append(" or ").append(InCode(outcome.orError));
+            }
             text.append(" | ").append(std::to_string(static_cast<int>(outcome.seconds)));
             text += " |\n";
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,11 @@ struct FAULT_TARGET {
                               // program waits for that one long enough
 };
 
+// For the names of test cases.
+inline void PrintTo(const FAULT_TARGET& target, std::ostream* out) {
+    *out << target.selector;
+}
+
 struct FAULT_KIND {
     const char* name;   // as docs/faults.md calls it
     const char* fault;  // as the simulated chip takes it
@@ -25,7 +31,8 @@ struct FAULT_KIND {
 // One cell of the table. An empty error means that the download recovers and ends with status 0.
 struct FAULT_OUTCOME {
     std::string error;
-    double seconds = 0;  // at most
+    std::string orError = error;  // where it is a race which of two it is
+    double seconds = 0;           // at most
 };
 
 const std::vector<FAULT_TARGET>& FaultTargets();
