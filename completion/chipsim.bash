@@ -16,7 +16,7 @@ _chipsim() {
         return
     done
     case $previous in
-        --dump | --faults)
+        --dump | --dump-records | --faults)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             ;;
@@ -28,13 +28,14 @@ _chipsim() {
             ;;
         --fault)
             compopt -o nospace 2>/dev/null
-            COMPREPLY=($(compgen -S : -W "reset minidriver write read launch crc erase other any" \
-                -- "$cur"))
+            COMPREPLY=($(compgen -S : -W "reset minidriver write read launch crc erase patch
+                signature secure resetntf other any" -- "$cur"))
             ;;
-        --ram | --erase-time | --erase-markers | --seed) ;;
+        --ram | --erase-time | --erase-markers | --reset-ntf-delay | --seed) ;;
         *)
             COMPREPLY=($(compgen -W "--link --baud --ram --erase-time --erase-markers --dump
-                --fault --faults --seed --trace --help --version --" -- "$cur"))
+                --dump-records --reset-ntf --reset-ntf-delay --fault --faults --seed --trace
+                --help --version --" -- "$cur"))
             ;;
     esac
 }

@@ -186,7 +186,7 @@ class Completion(unittest.TestCase):
             ((*vintor, "-BAUDRATE", "3"), ["3000000NFC"]),
             (("chipsim", "--erase-t"), ["--erase-time"]),
             (("chipsim", "--dump", "my"), ["my own.hex"]),
-            (("chipsim", "--fault", "re"), ["read:", "reset:"]),
+            (("chipsim", "--fault", "re"), ["read:", "reset:", "resetntf:"]),
             (("chipsim", "--trace", "--", *vintor, "-VNP", ""), ["d.vnp"]),
         ]
         for words, expected in cases:
@@ -253,6 +253,15 @@ class InstalledPrograms(unittest.TestCase):
         output = run(*chipsim, *hciload, *rules, *words, cwd=SCRATCH)
         self.assertIn("Current state: Completed successfully\n", output)
         run(sys.executable, ROOT / "scripts/check-memory", memory, *files.values())
+
+    def test_patch_download(self):
+        examples = USR / "share/doc/hciload/examples"
+        records = SCRATCH / "records.bin"
+        chipsim = [USR / "bin/chipsim", "--baud", "0", "--dump-records", records, "--"]
+        hciload = [USR / "bin/hciload", "-PORT", "/dev/tty", "-RULES", examples / "nfc.vnp"]
+        run(*chipsim, *hciload, "-CONFIG", examples / "patch.ncd", cwd=SCRATCH)
+        patch = (examples / "patch.ncd").read_bytes()
+        self.assertEqual(records.read_bytes(), patch[8 + 8 * patch[7] :])
 
     def test_versions(self):
         self.assertEqual(run(USR / "bin/chipsim", "--version"), f"chipsim {version()}\n")
