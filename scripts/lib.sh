@@ -52,11 +52,12 @@ install_missing() {
         return 1
     fi
     echo "Installing:$missing"
+    # A source that fails to update need not be the one that has the packages.
+    $as_root apt-get -qq update || true
     # The list of packages is split into words on purpose.
     # shellcheck disable=SC2086
-    $as_root apt-get -qq update &&
-        $as_root env DEBIAN_FRONTEND=noninteractive DEBCONF_NOWARNINGS=yes \
-            apt-get -qq install -y --no-install-recommends $missing >/dev/null
+    $as_root env DEBIAN_FRONTEND=noninteractive DEBCONF_NOWARNINGS=yes \
+        apt-get -qq install -y --no-install-recommends $missing >/dev/null || return 1
     missing=""
 }
 
