@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::size_t RESERVED_DETAILS = 32768;
 constexpr std::size_t LOG_LINE_SIZE = 2048;
-constexpr unsigned char HCI_COMMAND_PACKET_INDICATOR = 0x01;  // Bluetooth Core, UART transport
 
 std::string TimeStamp() {
     dth now;
@@ -42,8 +41,8 @@ CChipDownloader::CChipDownloader(const CChipImageLoadingInformation& info,
     const CCommunicationParameters* parameters =
         connector == nullptr ? nullptr : connector->GetConnectionParameters();
     if (parameters != nullptr && parameters->GetPortType() == PORT_TYPE_UART) {
-        unsigned char indicator = HCI_COMMAND_PACKET_INDICATOR;
-        m_pUartTxPrefix = std::make_unique<CByteBuffer>(&indicator, 1, BYTE_BUFFER_OWNED);
+        static_assert(sizeof arUartTxPrefix == 1);
+        m_pUartTxPrefix = std::make_unique<CByteBuffer>(1U, arUartTxPrefix[0]);
     }
 }
 

@@ -17,6 +17,10 @@
 
 class CSerialConnector;
 
+// The HCI command packet indicator (Bluetooth Core Vol 4 Part A, 2): on a UART it stands before
+// each command.
+inline constexpr unsigned char arUartTxPrefix[] = {0x01};
+
 // Runs on the download thread, while that thread may hold the access lock: it must not take it.
 using DownloadProgressCallback = unsigned int (*)(unsigned int downloadedBytes,
                                                   unsigned int verifiedBytes, DownloadStates state,
@@ -101,14 +105,14 @@ public:
 
     CChipImageLoadingInformation* DownloadInfo() { return &m_LoadingInformation; }
     CSerialConnector* SerialConnector() { return m_pConnector; }
-    // What stands before each command on the line; null where there is no packet indicator.
+    // arUartTxPrefix on a UART; null where there is no packet indicator.
     CByteBuffer* UARTTransmitPrefix() { return m_pUartTxPrefix.get(); }
 
     unsigned int AddUpChunkSizes(const char* kind) const;
 
     // The standard sequence's part of the preparation; each returns an error text.
     std::string VintorDownloadFinalPreparations();
-    std::string VintorPreDownloadSendMessages();
+    std::string VintorPreDownloadSendMessages();  // those in CustomVintorPreloadMessages
     std::string VintorDownloadMinidriverCommand();
 
     // Takes three groups in braces from the text; returns the position behind the third, or null
@@ -160,6 +164,7 @@ private:
 };
 
 // The standard download, which the download thread runs in Vintor mode: reset, minidriver, erase,
-// write, verify, launch. Always 0: the outcome is the downloader's state and error. The downloader
-// only declares it: the sequence is built on top of the downloader.
+// write, verify, launch. DLSectorEraseMode, DLWriteVerifyMode and the overrides decide which.
+// Always 0: the outcome is the downloader's state and error. The downloader only declares it: the
+// sequence is built on top of the downloader.
 unsigned int VintorDownloadingFunction(CChipDownloader* downloader);

@@ -60,15 +60,18 @@ private:
     std::string SendSignatureRecord(CChipDownloader* downloader, const CByteBuffer& record);
     std::string SendPatchRecord(CChipDownloader* downloader, const CByteBuffer& record);
 
-    bool m_bSecureMode = true;
     unsigned int m_nSignatureRecords = 0;
-    unsigned int m_nPauseAfterPatchSetMS = 1000;
-    unsigned int m_nWaitForPatchRecordMS = 500;
-    unsigned int m_nWaitForSignatureMS = 5000;
-    unsigned int m_nPauseBeforeSignatureMS = 0;
-    unsigned int m_nChunkedTxPayloadSize = 0;  // bytes; 0 = records go out whole
-    // Kept, and not used: the chunked receive counts its own fixed tries.
+    // Each with the download parameter that sets it. Times are in milliseconds.
+    bool m_bSecureMode = true;                    // CustomXAEnableSecure: 0 turns it off
+    unsigned int m_nPauseAfterPatchSetMS = 1000;  // CustomXATimeOutAfterPatchMS
+    unsigned int m_nWaitForPatchRecordMS = 500;   // CustomXAMaxWaitForPatchRecMS
+    unsigned int m_nWaitForSignatureMS = 5000;    // CustomXAMaxWaitForSignatureMS
+    unsigned int m_nPauseBeforeSignatureMS = 0;   // CustomXATimeoutBeforeSignatureMS
+    // CustomXAChunkedBusTxMaxPayloadSize, bytes; 0 = records go out whole.
+    unsigned int m_nChunkedTxPayloadSize = 0;
+    // CustomXAChunkedRxMaxTries. Kept, and not used: the chunked receive counts its own fixed
+    // tries.
     unsigned int m_nChunkedRxTries = 200;
-    unsigned int m_nPauseBetweenTxChunksMS = 50;
-    unsigned int m_nPauseBetweenRxPollsMS = 50;
+    unsigned int m_nPauseBetweenTxChunksMS = 50;  // CustomXAChunkedTxTimeoutMS
+    unsigned int m_nPauseBetweenRxPollsMS = 50;   // CustomXAChunkedRxTimeoutMS
 };

@@ -142,9 +142,8 @@ std::string CChipImageLoadingInformation::PrepareToLoad(CChipDownloader* downloa
         return VintorModePrepare();
     }
     if (m_strCustomDownloadType.empty()) {
-        // Rule-driven loading outside Vintor mode is reserved: there is nothing to read and nothing
-        // that could fail.
-        return {};
+        std::string error = ProcessRules();
+        return error.empty() ? ProcessDataFiles() : error;
     }
     return CustomDownloadPrepare(downloader);
 }

@@ -109,6 +109,10 @@ private:
     std::string LoadMinidriver();
     std::string LoadConfigFile(const std::string& fileName);
     std::string LoadFirmwareFile(const std::string& fileName);
+    // Rule-driven loading outside Vintor mode is reserved: there is nothing to read and nothing
+    // that could fail.
+    static std::string ProcessRules() { return {}; }
+    static std::string ProcessDataFiles() { return {}; }
     std::string CustomDownloadPrepare(CChipDownloader* downloader);
 
     CChipDownloadDescriptor m_Descriptor;
