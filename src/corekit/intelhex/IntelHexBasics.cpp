@@ -58,6 +58,8 @@ bool ScanHexField(std::string_view line, size_t start, size_t length, unsigned s
 
 void CIntelHexBasics::AddAllowedText(const char* text, int lineNumber) {
     m_AllowedLines.emplace_back(text, lineNumber);
+    if (*text == ':')
+        m_bRecordTextAllowed = true;
 }
 
 bool CIntelHexBasics::IsLineToSkip(const char* line, int lineNumber) const {

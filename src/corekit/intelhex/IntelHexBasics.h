@@ -58,6 +58,9 @@ protected:
         unsigned short checksum = 0;
     };
 
+    // Whether a line that looks like a record may be one to skip.
+    bool MayRecordsBeSkipped() const { return m_bRecordTextAllowed; }
+
     // Reads data bytes until count or the first that cannot be read; true when all were there.
     static bool ReadDataFields(std::string_view line, RecordFields& fields);
 
@@ -69,4 +72,5 @@ private:
     static void PrintFault(RecordFault fault, const char* line, const RecordFields& fields);
 
     std::vector<CAllowedLineInFile> m_AllowedLines;
+    bool m_bRecordTextAllowed = false;
 };

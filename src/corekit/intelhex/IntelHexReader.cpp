@@ -1,15 +1,13 @@
 #include "corekit/intelhex/IntelHexReader.h"
 
-#include <cerrno>
-#include <cstring>
+#include <algorithm>
 
 #include "util/Wrap32.h"
 
 namespace {
 
-constexpr int LINE_BUFFER_SIZE = 550;
 constexpr int LINES_TO_TRY = 6;
-constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
+static_assert(LINES_TO_TRY < CHexTextSource::LINES_KEPT);
 
 }  // namespace
 
@@ -18,28 +16,25 @@ CIntelHexReader::CIntelHexReader() {
 }
 
 std::string CIntelHexReader::OpenDataFile(const char* name) {
-    if (m_pFile)
+    if (m_Source.IsOpen())
         return "Already open!";
     if (name == nullptr)
         name = "";
-    m_pFile.reset(std::fopen(name, "rt"));
-    if (!m_pFile)
+    if (!m_Source.Open(name))
         return std::string("Could not open file ") + name;
     ResetPosition();
     std::string error = TryFirstLines();
-    if (error.empty() && std::fseek(m_pFile.get(), 0, SEEK_SET) != 0) {
-        error = std::string("Could not rewind file ") + name;
-    }
     if (!error.empty()) {
         CloseDataFile();
         return error;
     }
+    m_Source.Rewind();
     ResetPosition();
     return "";
 }
 
 void CIntelHexReader::CloseDataFile() {
-    m_pFile.reset();
+    m_Source.Close();
 }
 
 void CIntelHexReader::ResetPosition() {
@@ -64,12 +59,50 @@ std::string CIntelHexReader::TryFirstLines() {
 
 bool CIntelHexReader::GetMoreInput(unsigned int* address, std::vector<unsigned char>& data,
                                    std::string* error) {
+    data.resize(HEX_MAX_DATA_SIZE);
+    unsigned int count = 0;
+    const bool more = GetMoreData(address, data.data(), &count, error);
+    data.resize(count);
+    return more;
+}
+
+bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, unsigned int* count,
+                                  std::string* error) {
     error->clear();
-    data.clear();
-    if (!m_pFile)
+    *count = 0;
+    if (!m_Source.IsOpen())
         return false;
+    if (ReadPlainRecord(address, bytes, count))
+        return true;
+    std::vector<unsigned char> data;
+    const bool more = ReadAnyLine(address, data, error);
+    // A line piece has no room for more digits than this many bytes need.
+    *count = static_cast<unsigned int>(std::min<std::size_t>(data.size(), HEX_MAX_DATA_SIZE));
+    std::copy_n(data.begin(), *count, bytes);
+    return more;
+}
+
+// Nearly every line of an image is plainly well formed; only the others take the long way through
+// the rules. Both ways have the same outcome.
+bool CIntelHexReader::ReadPlainRecord(unsigned int* address, unsigned char* bytes,
+                                      unsigned int* count) {
+    if (MayRecordsBeSkipped())
+        return false;
+    const char* text = m_Source.GetText();
+    PlainHexRecord record;
+    if (!DecodePlainHexRecord(text, m_Source.GetTextSize(), record, bytes))
+        return false;
+    m_Source.Skip(record.textSize);
+    ++m_nLineNumber;
+    TakeRecord(record.type, record.address, {bytes, record.count}, address);
+    *count = record.type == INTEL_HEX_DATA ? record.count : 0;
+    return true;
+}
+
+bool CIntelHexReader::ReadAnyLine(unsigned int* address, std::vector<unsigned char>& data,
+                                  std::string* error) {
     std::string line;
-    if (!ReadLine(line, error)) {
+    if (!m_Source.ReadLine(line, error)) {
         CloseDataFile();
         return false;
     }
@@ -93,22 +126,6 @@ bool CIntelHexReader::GetMoreInput(unsigned int* address, std::vector<unsigned c
     return recordType != INTEL_HEX_END_OF_FILE;
 }
 
-bool CIntelHexReader::ReadLine(std::string& line, std::string* error) {
-    char buffer[LINE_BUFFER_SIZE];
-    errno = 0;
-    if (std::fgets(buffer, LINE_BUFFER_SIZE, m_pFile.get()) == nullptr) {
-        if (std::ferror(m_pFile.get()) != 0) {
-            *error = std::string("Failed to read intel hex data: ") + std::strerror(errno);
-        }
-        return false;
-    }
-    line = buffer;
-    while (!line.empty() && WHITE_SPACE.find(line.back()) != std::string_view::npos) {
-        line.pop_back();
-    }
-    return true;
-}
-
 void CIntelHexReader::ProcessInputLine(const char* line, unsigned int* address,
                                        std::vector<unsigned char>& data,
                                        unsigned short* recordType) {
@@ -122,29 +139,36 @@ void CIntelHexReader::ProcessInputLine(const char* line, unsigned int* address,
     if (fields.type == INTEL_HEX_END_OF_FILE)
         return;
     ReadDataFields(line, fields);
+    for (const unsigned short value : fields.data) {
+        data.push_back(static_cast<unsigned char>(value));
+    }
+    TakeRecord(fields.type, fields.address, data, address);
+    if (fields.type != INTEL_HEX_DATA)
+        data.clear();
+}
 
+void CIntelHexReader::TakeRecord(unsigned int type, unsigned int loadAddress,
+                                 std::span<const unsigned char> data, unsigned int* address) {
+    *address = 0;
     // An address record may hold fewer bytes than it needs: the missing ones count as zero.
-    const auto byteAt = [&fields](size_t i) {
-        return i < fields.data.size() ? fields.data[i] & 0xFFU : 0U;
+    const auto byteAt = [data](std::size_t i) -> unsigned int {
+        return i < data.size() ? data[i] : 0;
     };
-    switch (fields.type) {
+    switch (type) {
+        case INTEL_HEX_DATA:
+            *address = WrappingAdd(GetBaseAddress(), loadAddress);
+            break;
         case INTEL_HEX_EXTENDED_LINEAR_ADDRESS:
         case INTEL_HEX_EXTENDED_SEGMENT_ADDRESS:
             m_nUpperAddress = byteAt(0) << 8 | byteAt(1);
-            m_nAddressMode = fields.type == INTEL_HEX_EXTENDED_LINEAR_ADDRESS ? EXTENDED_LINEAR
-                                                                              : EXTENDED_SEGMENT;
+            m_nAddressMode =
+                type == INTEL_HEX_EXTENDED_LINEAR_ADDRESS ? EXTENDED_LINEAR : EXTENDED_SEGMENT;
             break;
         case INTEL_HEX_START_LINEAR_ADDRESS:
             // The data records that follow count from here: other tools take this record for the
             // entry point only, but images for these chips rely on it.
             m_nStartLinearAddress = byteAt(0) << 24 | byteAt(1) << 16 | byteAt(2) << 8 | byteAt(3);
             m_nAddressMode = START_LINEAR;
-            break;
-        case INTEL_HEX_DATA:
-            *address = WrappingAdd(GetBaseAddress(), fields.address);
-            for (const unsigned short value : fields.data) {
-                data.push_back(static_cast<unsigned char>(value));
-            }
             break;
         default:
             break;

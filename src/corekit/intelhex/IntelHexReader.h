@@ -1,10 +1,12 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
+#include "corekit/intelhex/HexTextSource.h"
 #include "corekit/intelhex/IntelHexBasics.h"
-#include "util/FileHandle.h"
+#include "corekit/intelhex/PlainHexRecord.h"
 
 // Reads an Intel HEX text file record by record. Open the file, then call GetMoreInput until it
 // returns false; an error text tells a bad end from a good one. One thread at a time.
@@ -22,6 +24,11 @@ public:
     // 549 characters, and each piece is judged as a line.
     bool GetMoreInput(unsigned int* address, std::vector<unsigned char>& data, std::string* error);
 
+    // The same with the data in bytes, which needs room for HEX_MAX_DATA_SIZE of them; what lies
+    // behind *count is lost. The fastest way to read.
+    bool GetMoreData(unsigned int* address, unsigned char* bytes, unsigned int* count,
+                     std::string* error);
+
     // Takes in one line that has been validated. Of any other line the fields that cannot be read
     // count as zero, and data end at the first byte that cannot be read.
     void ProcessInputLine(const char* line, unsigned int* address, std::vector<unsigned char>& data,
@@ -38,12 +45,15 @@ private:
 
     void ResetPosition();
     std::string TryFirstLines();
-    bool ReadLine(std::string& line, std::string* error);
+    bool ReadPlainRecord(unsigned int* address, unsigned char* bytes, unsigned int* count);
+    bool ReadAnyLine(unsigned int* address, std::vector<unsigned char>& data, std::string* error);
+    void TakeRecord(unsigned int type, unsigned int loadAddress,
+                    std::span<const unsigned char> data, unsigned int* address);
     unsigned int GetBaseAddress() const;
 
     unsigned int m_nUpperAddress = 0;
     unsigned int m_nStartLinearAddress = 0;
     unsigned int m_nAddressMode = EXTENDED_LINEAR;
     unsigned int m_nLineNumber = 0;
-    CFileHandle m_pFile;
+    CHexTextSource m_Source;
 };

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "util/FileHandle.h"
+
+// The text of an Intel HEX file, read in large blocks. Lines are what fgets makes of them with a
+// buffer of LINE_BUFFER_SIZE characters: longer ones come in pieces, the last needs no line feed,
+// and a NUL ends what is seen of a line.
+class CHexTextSource {
+public:
+    static constexpr std::size_t LINE_BUFFER_SIZE = 550;
+
+    // False when the file does not open. A source that is open is closed first.
+    bool Open(const char* name);
+    bool IsOpen() const { return m_pFile != nullptr; }
+    void Close();
+
+    // Back to the start of the file, which may be a pipe. Only before LINES_KEPT lines are read.
+    static constexpr std::size_t LINES_KEPT = 100;
+    void Rewind() { m_nNext = 0; }
+
+    // The text that follows: at least one whole line or line piece unless the file ends in it.
+    const char* GetText() {
+        if (GetTextSize() < LINE_BUFFER_SIZE)
+            Fill();
+        return m_pBlock.get() + m_nNext;
+    }
+    std::size_t GetTextSize() const { return m_nEnd - m_nNext; }  // after GetText
+    void Skip(std::size_t size) { m_nNext += size; }
+
+    // The next line with the white space at its end stripped. False at the end of the file and when
+    // it cannot be read; then *error tells why.
+    bool ReadLine(std::string& line, std::string* error);
+
+private:
+    static constexpr std::size_t BLOCK_SIZE = std::size_t{256} * 1024;
+    static_assert(LINES_KEPT * LINE_BUFFER_SIZE < BLOCK_SIZE - LINE_BUFFER_SIZE);
+
+    void Fill();
+
+    CFileHandle m_pFile;
+    std::unique_ptr<char[]> m_pBlock;
+    std::size_t m_nNext = 0;  // of the text in the block, the first that is not read
+    std::size_t m_nEnd = 0;
+    int m_nReadError = 0;  // errno
+};

@@ -1,0 +1,147 @@
+#include "corekit/intelhex/PlainHexRecord.h"
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+// Part of every x86-64, so nothing has to be chosen at run time. Other processors, and what is left
+// of a record, go by pairs.
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+constexpr std::size_t HEAD_SIZE = 9;       // ":", count, address, type
+constexpr std::size_t SHORTEST_TEXT = 12;  // no data, a checksum, a line feed
+
+// The byte that two digits make, found by the two characters at once; VALID is set for digits only.
+using PairTable = std::array<std::uint16_t, 65536>;
+constexpr std::uint16_t VALID = 0x100;
+
+constexpr int DigitValue(int character) {
+    if (character >= '0' && character <= '9')
+        return character - '0';
+    if (character >= 'A' && character <= 'F')
+        return character - 'A' + 10;
+    if (character >= 'a' && character <= 'f')
+        return character - 'a' + 10;
+    return -1;
+}
+
+constexpr PairTable MakePairTable() {
+    PairTable table{};
+    constexpr bool littleEndian = std::endian::native == std::endian::little;
+    for (int first = '0'; first <= 'f'; ++first) {
+        for (int second = '0'; second <= 'f'; ++second) {
+            if (DigitValue(first) < 0 || DigitValue(second) < 0)
+                continue;
+            const int index = littleEndian ? second << 8 | first : first << 8 | second;
+            table[static_cast<std::size_t>(index)] =
+                static_cast<std::uint16_t>(VALID | DigitValue(first) << 4 | DigitValue(second));
+        }
+    }
+    return table;
+}
+
+constexpr PairTable g_Pairs = MakePairTable();
+
+unsigned int Pair(const char* text) {
+    std::uint16_t index = 0;
+    std::memcpy(&index, text, sizeof index);
+    return g_Pairs[index];
+}
+
+#if defined(__SSE2__)
+
+constexpr unsigned int GROUP_SIZE = 16;  // bytes
+
+// The values of 16 digits; in errors the top bit is set of every character that is none.
+__m128i DigitValues(__m128i text, __m128i& errors) {
+    // '0' to '9' go to the top of the range, where subtracting with a floor at 0 keeps them apart
+    // from what lies below, and from there to 0 to 9; everything else ends up above 9.
+    const __m128i high = _mm_add_epi8(text, _mm_set1_epi8(static_cast<char>(0xFF - '9')));
+    const __m128i digits =
+        _mm_sub_epi8(_mm_subs_epu8(high, _mm_set1_epi8(6)), _mm_set1_epi8(static_cast<char>(0xF0)));
+    // Letters of both cases go to 10 to 15, everything else above or, with a sum that stays at 255
+    // where it would wrap, to 255.
+    const __m128i upper = _mm_and_si128(text, _mm_set1_epi8(static_cast<char>(0xDF)));
+    const __m128i letters =
+        _mm_adds_epu8(_mm_sub_epi8(upper, _mm_set1_epi8('A')), _mm_set1_epi8(10));
+    const __m128i values = _mm_min_epu8(digits, letters);
+    errors = _mm_or_si128(errors, _mm_adds_epu8(values, _mm_set1_epi8(127 - 15)));
+    return values;
+}
+
+// Two neighbouring values in each 16 bits, the higher digit first, to one number.
+__m128i JoinPairs(__m128i values) {
+    const __m128i joined = _mm_or_si128(_mm_slli_epi16(values, 4), _mm_srli_epi16(values, 8));
+    return _mm_and_si128(joined, _mm_set1_epi16(0xFF));
+}
+
+// Decodes GROUP_SIZE bytes and adds them to sum; VALID in the result as from Pair.
+unsigned int DecodeGroup(const char* text, unsigned char* out, unsigned int& sum) {
+    const auto* chars = reinterpret_cast<const __m128i*>(text);
+    __m128i errors = _mm_setzero_si128();
+    const __m128i first = JoinPairs(DigitValues(_mm_loadu_si128(chars), errors));
+    const __m128i second = JoinPairs(DigitValues(_mm_loadu_si128(chars + 1), errors));
+    const __m128i bytes = _mm_packus_epi16(first, second);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+    const __m128i sums = _mm_sad_epu8(bytes, _mm_setzero_si128());
+    sum += static_cast<unsigned int>(_mm_cvtsi128_si32(sums) + _mm_extract_epi16(sums, 4));
+    return _mm_movemask_epi8(errors) == 0 ? VALID : 0;
+}
+
+#endif
+
+std::size_t LineEndSize(const char* text, std::size_t available) {
+    if (available >= 1 && text[0] == '\n')
+        return 1;
+    if (available >= 2 && text[0] == '\r' && text[1] == '\n')
+        return 2;
+    return 0;
+}
+
+// Types 0, 2, 4 and 5. The end record is left to the plain rules, which know its spellings apart.
+bool IsDecodedType(unsigned int type) {
+    return type < 6 && (1U << type & 0b110101U) != 0;
+}
+
+}  // namespace
+
+bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecord& record,
+                          unsigned char* out) {
+    if (available < SHORTEST_TEXT || text[0] != ':')
+        return false;
+    const unsigned int count = Pair(text + 1);
+    const unsigned int high = Pair(text + 3);
+    const unsigned int low = Pair(text + 5);
+    const unsigned int type = Pair(text + 7);
+    unsigned int valid = count & high & low & type;
+    unsigned int sum = count + high + low + type;
+    record.count = count & 0xFF;
+    record.address = (high & 0xFF) << 8 | (low & 0xFF);
+    record.type = type & 0xFF;
+    const std::size_t digitsEnd = HEAD_SIZE + 2 * (std::size_t{record.count} + 1);
+    if (digitsEnd >= available || !IsDecodedType(record.type))
+        return false;
+
+    const char* digits = text + HEAD_SIZE;
+    unsigned int i = 0;
+#if defined(__SSE2__)
+    for (; i + GROUP_SIZE <= record.count; i += GROUP_SIZE, digits += std::size_t{2} * GROUP_SIZE) {
+        valid &= DecodeGroup(digits, out + i, sum);
+    }
+#endif
+    for (; i < record.count; ++i, digits += 2) {
+        const unsigned int value = Pair(digits);
+        out[i] = static_cast<unsigned char>(value);
+        valid &= value;
+        sum += value;
+    }
+    const unsigned int checksum = Pair(digits);
+    const std::size_t lineEnd = LineEndSize(text + digitsEnd, available - digitsEnd);
+    record.textSize = digitsEnd + lineEnd;
+    return (valid & checksum & VALID) != 0 && ((sum + checksum) & 0xFF) == 0 && lineEnd != 0;
+}

@@ -1,0 +1,84 @@
+#include "corekit/intelhex/PlainHexRecord.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+#include <vector>
+
+#include "support/HexRecord.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+struct Decoded {
+    bool ok = false;
+    PlainHexRecord record;
+    Bytes data;
+};
+
+// From a block of exactly that size, so that a reader past the end is caught.
+Decoded Decode(const std::string& text) {
+    Decoded result;
+    const std::vector<char> exact(text.begin(), text.end());
+    result.data.resize(HEX_MAX_DATA_SIZE);
+    result.ok = DecodePlainHexRecord(exact.data(), exact.size(), result.record, result.data.data());
+    result.data.resize(result.record.count);
+    return result;
+}
+
+Bytes Pattern(unsigned int size) {
+    Bytes bytes;
+    for (unsigned int i = 0; i < size; ++i)
+        bytes.push_back(static_cast<unsigned char>(i * 37 + 201));
+    return bytes;
+}
+
+TEST(PlainHexRecord, EverySizeAndType) {
+    for (unsigned int size = 0; size <= 255; ++size) {
+        for (unsigned int type = 0; type <= 7; ++type) {
+            const std::string text = HexRecord(type, 0xA5C3, Pattern(size));
+            const Decoded result = Decode(text + ":");
+            ASSERT_EQ(result.ok, type == 0 || type == 2 || type == 4 || type == 5) << text;
+            if (!result.ok)
+                continue;
+            EXPECT_EQ(result.record.address, 0xA5C3U);
+            EXPECT_EQ(result.record.type, type);
+            EXPECT_EQ(result.record.textSize, text.size());
+            EXPECT_EQ(result.data, Pattern(size)) << size;
+        }
+    }
+}
+
+TEST(PlainHexRecord, DigitsOfBothCasesAndNothingElse) {
+    const std::string good = HexRecord(0, 0x1234, Pattern(35));
+    for (std::size_t at = 1; at + 1 < good.size(); ++at) {
+        for (int value = 0; value < 256; ++value) {
+            std::string text = good;
+            text[at] = static_cast<char>(value);
+            // Any other digit spoils the checksum or the layout.
+            const bool same = std::toupper(value) == good[at];
+            ASSERT_EQ(Decode(text).ok, same) << at << ' ' << value;
+            ASSERT_TRUE(!same || Decode(text).data == Pattern(35));
+        }
+    }
+}
+
+TEST(PlainHexRecord, LineEnds) {
+    for (const unsigned int size : {0U, 3U, 16U, 40U}) {
+        std::string text = HexRecord(0, 0x1234, Pattern(size));
+        text.pop_back();
+        EXPECT_EQ(Decode(text + "\n").record.textSize, text.size() + 1);
+        EXPECT_EQ(Decode(text + "\r\n").record.textSize, text.size() + 2);
+        for (const char* end : {"", "\r", " \n", "\r\r\n", "\t", "0\n", "00\n", "\v\n"}) {
+            EXPECT_FALSE(Decode(text + end).ok) << end;
+        }
+        for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+            EXPECT_FALSE(Decode(text.substr(0, cut)).ok);
+            EXPECT_FALSE(Decode(text.substr(0, cut) + "\n").ok && cut < text.size());
+        }
+    }
+}
+
+}  // namespace
