@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include "corekit/intelhex/IntelHexReader.h"
+#include "image/AddressOccupancy.h"
 #include "image/HcdFile.h"
 #include "image/HexRunStage.h"
 #include "image/NcdFile.h"
@@ -93,8 +96,14 @@ int CChipImageByteData::GetByteValueAtThisAddress(unsigned int addr) const {
 }
 
 bool CChipImageByteData::Overlaps(unsigned int addr, unsigned int size, unsigned int* where) const {
+    return FirstRangesOverlap(m_Ranges.size(), addr, size, where);
+}
+
+bool CChipImageByteData::FirstRangesOverlap(size_t count, unsigned int addr, unsigned int size,
+                                            unsigned int* where) const {
     // Sums wrap at 32 bits on purpose: data that end at 0xFFFFFFFF have their end at 0.
-    for (const CByteBuffer& range : m_Ranges) {
+    for (size_t i = 0; i < count; ++i) {
+        const CByteBuffer& range = m_Ranges[i];
         const unsigned int base = range.GetBaseAddress();
         const unsigned int last = WrappingSubtract(WrappingAdd(base, range.GetDataByteSize()), 1);
         if (WrappingAdd(addr, size) > base && last >= addr) {
@@ -160,50 +169,59 @@ std::string CChipImageByteData::LoadFromHexFile(const char* fileName, bool clear
     if (!error.empty())
         return error;
 
-    CHexRunStage stage;
+    const size_t oldCount = m_Ranges.size();
     unsigned int firstAddress = 0;
-    bool firstNoted = false;
-    unsigned int address = 0;
-    std::vector<unsigned char> data;
-    while (error.empty() && reader.GetMoreInput(&address, data, &error)) {
-        if (data.empty())
-            continue;
-        if (!firstNoted)
-            firstAddress = address;
-        firstNoted = true;
-        error = StageHexData(stage, address, data, allowOverlap);
+    error = ReadHexRuns(reader, &firstAddress);
+    if (!allowOverlap) {
+        // An overlap comes earlier in the file than whatever else ended the reading.
+        std::string overlap = DropFromFirstOverlap(oldCount);
+        if (!overlap.empty())
+            error = std::move(overlap);
     }
-    if (error.empty())
-        error = CloseHexRun(stage, allowOverlap);
     if (!m_bFirstAddressKnown)
         SetFirstAddressLoaded(firstAddress);
     return error;
 }
 
-std::string CChipImageByteData::StageHexData(CHexRunStage& stage, unsigned int address,
-                                             std::span<const unsigned char> data,
-                                             bool allowOverlap) {
-    if (!stage.IsContinuedAt(address)) {
-        std::string error = CloseHexRun(stage, allowOverlap);
-        if (!error.empty())
-            return error;
-        stage.StartAt(address);
+std::string CChipImageByteData::ReadHexRuns(CIntelHexReader& reader, unsigned int* firstAddress) {
+    CHexRunStage stage;
+    bool first = true;
+    unsigned int address = 0;
+    unsigned int count = 0;
+    std::string error;
+    while (reader.GetMoreData(&address, stage.GetTail(), &count, &error)) {
+        if (count == 0)
+            continue;
+        if (std::exchange(first, false))
+            *firstAddress = address;
+        if (!stage.IsContinuedAt(address)) {
+            if (!stage.IsEmpty())
+                m_Ranges.push_back(stage.TakeRun(count));
+            stage.StartAt(address);
+        } else if (!stage.HasRoomFor(count)) {
+            return FormatText("More than 16 MiB of contiguous data at address 0x%08X", address);
+        }
+        stage.KeepTail(count);
     }
-    if (!stage.HasRoomFor(data.size())) {
-        return FormatText("More than 16 MiB of contiguous data at address 0x%08X", address);
-    }
-    stage.Append(data);
-    return "";
+    if (error.empty() && !stage.IsEmpty())
+        m_Ranges.push_back(stage.TakeRun(0));
+    return error;
 }
 
-std::string CChipImageByteData::CloseHexRun(const CHexRunStage& stage, bool allowOverlap) {
-    if (stage.IsEmpty())
-        return "";
-    unsigned int where = 0;
-    if (!allowOverlap && Overlaps(stage.GetStart(), stage.GetSize(), &where)) {
-        return FormatText("Data overlap at address 0x%08X", where);
+// All new ranges are checked in one go: a look at the occupied addresses mostly waits for memory,
+// and in a short loop these waits run side by side.
+std::string CChipImageByteData::DropFromFirstOverlap(size_t oldCount) {
+    const auto occupied = std::make_unique<CAddressOccupancy>();
+    for (size_t i = 0; i < m_Ranges.size(); ++i) {
+        const unsigned int address = m_Ranges[i].GetBaseAddress();
+        const unsigned int size = m_Ranges[i].GetDataByteSize();
+        unsigned int where = 0;
+        if (occupied->Take(address, size) && i >= oldCount &&
+            FirstRangesOverlap(i, address, size, &where)) {
+            m_Ranges.erase(m_Ranges.begin() + static_cast<std::ptrdiff_t>(i), m_Ranges.end());
+            return FormatText("Data overlap at address 0x%08X", where);
+        }
     }
-    m_Ranges.push_back(MakeRange(stage.GetBytes(), stage.GetSize(), stage.GetStart()));
     return "";
 }
 

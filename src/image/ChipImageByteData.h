@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdio>
-#include <span>
+#include <deque>
 #include <string>
-#include <vector>
 
 #include "util/ByteBuffer.h"
 
-class CHexRunStage;
+class CIntelHexReader;
 
 // One image to be written into the chip: address ranges in the order added, the launch address, the
 // first address loaded and three labels. All addresses are 32-bit and wrap. Operations that can
@@ -18,6 +17,12 @@ public:
     // Labels: the kind of chunk ("FIRMWARE"), its description ("Firmware code"), where it came from
     // (the file name as given). Null counts as empty.
     CChipImageByteData(const char* sourceType, const char* name, const char* sourceId);
+
+    CChipImageByteData(const CChipImageByteData& other) = default;
+    CChipImageByteData& operator=(const CChipImageByteData& other) = default;
+    CChipImageByteData(CChipImageByteData&& other) noexcept = default;
+    CChipImageByteData& operator=(CChipImageByteData&& other) noexcept = default;
+    ~CChipImageByteData() = default;
 
     // Removes all ranges and both addresses; the labels stay.
     void Clear();
@@ -66,16 +71,20 @@ public:
     std::string LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount);
 
 private:
-    // The run of staged data becomes a range; the error text for an overlap, empty on success.
-    std::string CloseHexRun(const CHexRunStage& stage, bool allowOverlap);
-    std::string StageHexData(CHexRunStage& stage, unsigned int address,
-                             std::span<const unsigned char> data, bool allowOverlap);
+    // The overlap rule over the first count ranges.
+    bool FirstRangesOverlap(size_t count, unsigned int addr, unsigned int size,
+                            unsigned int* where) const;
+    std::string ReadHexRuns(CIntelHexReader& reader, unsigned int* firstAddress);
+    // Of the ranges behind the first oldCount, removes the first that overlaps one in front of it
+    // and all that follow. The error text, empty when there is none.
+    std::string DropFromFirstOverlap(size_t oldCount);
     std::string ReadHCDRecords(std::FILE* file, bool mergeAdjacent, unsigned int* launchAddress);
 
     std::string m_strSourceType;
     std::string m_strName;
     std::string m_strSourceId;
-    std::vector<CByteBuffer> m_Ranges;
+    // A list that grows without moving what it holds: images may have very many ranges.
+    std::deque<CByteBuffer> m_Ranges;
     unsigned int m_nFirstAddressLoaded = 0;
     bool m_bFirstAddressKnown = false;
     unsigned int m_nLaunchAddress = 0;

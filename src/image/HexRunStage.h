@@ -1,11 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <span>
 
+#include "util/ByteBuffer.h"
 #include "util/Wrap32.h"
 
-// Where the records of one Intel HEX file that continue each other are put together. Addresses are
+// Where the records of one Intel HEX file that continue each other are put together. Data arrive at
+// the tail, behind what is staged, before it is known whether they continue it. Addresses are
 // 32-bit and wrap: a record at 0 continues one that ends at 0xFFFFFFFF.
 class CHexRunStage {
 public:
@@ -17,22 +18,25 @@ public:
     bool IsContinuedAt(unsigned int address) const {
         return !IsEmpty() && address == WrappingAdd(m_nStart, m_nSize);
     }
-    bool HasRoomFor(size_t size) const { return size <= CAPACITY - m_nSize; }
-
-    // Drops what is staged.
-    void StartAt(unsigned int address) {
-        m_nStart = address;
-        m_nSize = 0;
-    }
-    // The caller has asked HasRoomFor.
-    void Append(std::span<const unsigned char> bytes);
-
+    bool HasRoomFor(unsigned int count) const { return count <= CAPACITY - m_nSize; }
     unsigned int GetStart() const { return m_nStart; }
     unsigned int GetSize() const { return m_nSize; }
-    unsigned char* GetBytes() const { return m_pBytes.get(); }
+
+    // Room for the data of one record.
+    unsigned char* GetTail() const { return m_pBlock.get() + m_nSize; }
+
+    // Keeps the first count bytes of the tail; the caller has asked HasRoomFor.
+    void KeepTail(unsigned int count) { m_nSize += count; }
+
+    // What is staged, as a range. The stage is empty then, with the first tailCount bytes of the
+    // tail still in it.
+    CByteBuffer TakeRun(unsigned int tailCount);
+
+    // Where the next run starts; for an empty stage.
+    void StartAt(unsigned int address) { m_nStart = address; }
 
 private:
     unsigned int m_nStart = 0;
     unsigned int m_nSize = 0;
-    std::unique_ptr<unsigned char[]> m_pBytes;
+    std::unique_ptr<unsigned char[]> m_pBlock;
 };

@@ -45,6 +45,11 @@ CByteBuffer::CByteBuffer(unsigned char* data, unsigned int size, unsigned char m
     TakeBlock(mode == BYTE_BUFFER_OWNED ? CopyOfBytes(data, size) : data, size, mode);
 }
 
+CByteBuffer::CByteBuffer(std::unique_ptr<unsigned char[]> block, unsigned int size) {
+    if (size != 0)
+        TakeBlock(block.release(), size, BYTE_BUFFER_OWNED);
+}
+
 CByteBuffer::CByteBuffer(const CByteBuffer& other)
     : m_nBaseAddress(other.m_nBaseAddress),
       m_nFlag(other.m_nFlag),

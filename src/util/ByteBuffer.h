@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 // How a CByteBuffer holds its bytes. Stored as a number; other values are kept as given.
 enum ByteBufferStorage : unsigned char {
     BYTE_BUFFER_EMPTY = 0,
@@ -22,6 +24,10 @@ public:
     // Mode 1 copies; any other mode keeps the caller's pointer and that mode (2 borrows, 3 adopts).
     // Null data or size 0 leaves the buffer empty.
     CByteBuffer(unsigned char* data, unsigned int size, unsigned char mode);
+
+    // Takes over a block whose first size bytes count as the buffer's own (mode 1), without a copy.
+    // A null block or size 0 leaves the buffer empty.
+    CByteBuffer(std::unique_ptr<unsigned char[]> block, unsigned int size);
 
     // A borrowed source is shared, any other is copied; address, flag and name are always copied.
     CByteBuffer(const CByteBuffer& other);

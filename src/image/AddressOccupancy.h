@@ -1,0 +1,34 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <memory>
+
+// Which addresses the ranges of an image take, so that a new range need not be compared with every
+// other. It helps CChipImageByteData::Overlaps and keeps to its rule: no means no, yes means that
+// it is to be asked, for it alone knows which range comes first. One bit stands for each address,
+// in pages that exist only where some but not all of their addresses are taken.
+class CAddressOccupancy {
+public:
+    // Takes the addresses of a range; whether it may overlap one that was there before.
+    bool Take(unsigned int address, unsigned int size);
+
+private:
+    static constexpr unsigned int PAGE_SIZE = 1024;  // addresses
+    static constexpr unsigned int PAGES = 1024;      // in a block
+    static constexpr unsigned int BLOCKS = 4096;
+    static constexpr std::uint32_t FREE_PAGE = 0;
+    static constexpr std::uint32_t FULL_PAGE = 1;
+    static constexpr std::uint32_t FIRST_PAGE = 2;  // number of m_Pages[0]
+
+    using Block = std::array<std::uint32_t, PAGES>;
+    using Page = std::array<std::uint64_t, PAGE_SIZE / 64>;
+
+    bool TakeInPage(unsigned int address, unsigned int last);
+    std::uint32_t& PageNumberAt(unsigned int address);
+
+    std::array<std::unique_ptr<Block>, BLOCKS> m_Blocks;
+    std::deque<Page> m_Pages;
+    bool m_bEverywhere = false;
+};
