@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "download/DownloaderAccess.h"
+#include "download/EraseWait.h"
 #include "download/HciExchange.h"
 #include "download/HciTrace.h"
 #include "os/OSTime.h"
@@ -29,67 +30,6 @@ bool LaunchRAM(CChipDownloader* downloader, unsigned int address, unsigned int t
         downloader->SerialConnector(), downloader->UARTTransmitPrefix(), command, sizeof command,
         expected, sizeof expected, timeoutMS, error, nullptr);
 }
-
-// Watches the received bytes for the end of an erase.
-class CEraseWait {
-public:
-    explicit CEraseWait(CChipDownloader* downloader) : m_pDownloader(downloader) {}
-
-    // True when the chip said that it is done; else *error has the reason.
-    bool Wait(std::string* error) {
-        while (error->empty()) {
-            ++m_nPoll;
-            PutThreadToSleep(POLL_PERIOD_MS);
-            *error =
-                FetchMoreReceivedBytes(m_pDownloader->SerialConnector(), m_Received.data(),
-                                       static_cast<unsigned int>(m_Received.size()), &m_nCount);
-            if (error->empty() && IsDone()) {
-                return true;
-            }
-            NoteProgress();
-            if (error->empty()) {
-                *error = TimeoutText();
-            }
-        }
-        return false;
-    }
-
-private:
-    static constexpr unsigned int POLL_PERIOD_MS = 5;
-    static constexpr unsigned int MAX_POLLS_WITHOUT_PROGRESS = 5000;
-    static constexpr unsigned int MAX_POLLS = 10000;
-
-    bool IsDone() {
-        static constexpr unsigned char DONE[] = {0x0E, 0x04, 0x01, 0xCE, 0xFF, 0x00};
-        return FindBytesInBuffer(m_Received.data(), m_nCount, DONE, sizeof DONE) != nullptr;
-    }
-
-    void NoteProgress() {
-        static constexpr unsigned char MARKER[] = {0xFF, 0x01, 0xCE};
-        if (m_nCount < sizeof MARKER ||
-            !std::equal(std::begin(MARKER), std::end(MARKER),
-                        m_Received.begin() + (m_nCount - sizeof MARKER))) {
-            return;
-        }
-        m_nCount = 0;
-        m_nLastProgressPoll = m_nPoll;
-        const CDownloaderAccess access(m_pDownloader);
-        m_pDownloader->SetStatusDetails("Chip erase in progress");
-    }
-
-    std::string TimeoutText() const {
-        if (m_nPoll - m_nLastProgressPoll > MAX_POLLS_WITHOUT_PROGRESS) {
-            return "Chip erase timeout (nLastProgressReportTime)";
-        }
-        return m_nPoll >= MAX_POLLS ? "Chip erase timeout (nMaxLoopTries)" : "";
-    }
-
-    CChipDownloader* m_pDownloader;
-    std::array<unsigned char, 128> m_Received{};
-    unsigned int m_nCount = 0;
-    unsigned int m_nPoll = 0;
-    unsigned int m_nLastProgressPoll = 0;
-};
 
 // Polls for the CRC event and the four bytes behind its pattern.
 bool ReceiveCRC(CSerialConnector* connector, unsigned int* chipCRC) {
