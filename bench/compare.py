@@ -1,0 +1,213 @@
+#!/usr/bin/env python3
+"""Times whole loads against other programs, pair by pair, and what a record costs on the line.
+
+    bench/compare.py BUILD_FOLDER [--page FILE]
+
+scripts/bench builds what this needs and calls it.
+"""
+
+import json
+import os
+import pathlib
+import platform
+import random
+import statistics
+import struct
+import subprocess
+import sys
+import time
+
+RUNS = 9
+MIB = 1 << 20
+
+
+def hex_record(record_type, address, data):
+    body = struct.pack(">BHB", len(data), address & 0xFFFF, record_type) + data
+    return ":" + (body + bytes([-sum(body) & 0xFF])).hex().upper() + "\n"
+
+
+def intel_hex(ranges):
+    lines = []
+    upper = 0
+    for start, data in ranges:
+        for address in range(start, start + len(data), 16):
+            if address >> 16 != upper:
+                upper = address >> 16
+                lines.append(hex_record(4, 0, struct.pack(">H", upper)))
+            lines.append(hex_record(0, address, data[address - start : address - start + 16]))
+    return "".join(lines) + ":00000001FF\n"
+
+
+def separate(count):
+    return [(i * 48, i.to_bytes(16, "little")) for i in range(count)]
+
+
+def hcd(count, gap):
+    return b"".join(
+        struct.pack("<HBI", 0xFC4C, 20, i * (16 + gap)) + i.to_bytes(16, "little")
+        for i in range(count)
+    )
+
+
+def make_inputs(folder):
+    folder.mkdir(parents=True, exist_ok=True)
+    dense = random.Random(1).randbytes(16 * MIB)
+    shuffler = random.Random(2)
+    contents = {"dense.hex": lambda: intel_hex([(0, dense)])}
+    for count in (100_000, 400_000):
+        shuffled = separate(count)
+        shuffler.shuffle(shuffled)
+        contents[f"ascending{count}.hex"] = lambda n=count: intel_hex(separate(n))
+        contents[f"shuffled{count}.hex"] = lambda ranges=shuffled: intel_hex(ranges)
+        contents[f"merged{count}.hcd"] = lambda n=count: hcd(n, 0)
+        contents[f"separate{count}.hcd"] = lambda n=count: hcd(n, 16)
+    for name, make in contents.items():
+        if not (folder / name).exists():
+            content = make()
+            (folder / name).write_bytes(content if isinstance(content, bytes) else content.encode())
+
+
+def run_once(command):
+    """Seconds and peak KiB of a whole process."""
+    started = time.perf_counter()
+    child = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    seconds = time.perf_counter() - started
+    child.returncode = os.waitstatus_to_exitcode(status)
+    if child.returncode != 0:
+        sys.exit(f"failed: {' '.join(command)}")
+    return seconds, usage.ru_maxrss
+
+
+class Pair:
+    """Two commands in turn, after one run of each that does not count."""
+
+    def __init__(self, first, second):
+        run_once(first), run_once(second)
+        runs = [(run_once(first), run_once(second)) for _ in range(RUNS)]
+        self.first = statistics.median(a[0] for a, b in runs)
+        self.second = statistics.median(b[0] for a, b in runs)
+        self.ratio = statistics.median(b[0] / a[0] for a, b in runs)
+        self.first_kib = max(a[1] for a, b in runs)
+
+
+def milliseconds(seconds):
+    return f"{seconds * 1000:.1f} ms"
+
+
+def against_peers(hexload, folder, rows):
+    dense = str(folder / "dense.hex")
+    binary = str(folder / "dense.bin")
+    cases = [
+        ("16 MiB dense, objcopy to binary", dense,
+         ["objcopy", "-I", "ihex", "-O", "binary", dense, binary], 10),
+        ("16 MiB dense, srec_cat to binary", dense,
+         ["srec_cat", dense, "-intel", "-o", binary, "-binary"], 25),
+        ("16 MiB dense, objdump -h", dense, ["objdump", "-h", dense], 5),
+    ]  # fmt: skip
+    for order in ("ascending", "shuffled"):
+        name = str(folder / f"{order}400000.hex")
+        cases.append((f"400,000 ranges {order}, objdump -h", name, ["objdump", "-h", name], 10))
+    peak = 0
+    for title, name, command, goal in cases:
+        pair = Pair([hexload, name], command)
+        if name == dense:
+            peak = max(peak, pair.first_kib)
+        rows.append((title, milliseconds(pair.first), milliseconds(pair.second),
+                     f"{pair.ratio:.1f} times faster", f"{goal} times", pair.ratio >= goal))  # fmt: skip
+    limit = 2 * 16 + 8
+    rows.append(("16 MiB dense, peak memory", f"{peak / 1024:.1f} MiB", "", "",
+                 f"{limit} MiB", peak / 1024 <= limit))  # fmt: skip
+
+
+def growth(hexload, folder, rows):
+    for title, option, name in (
+        ("Intel HEX ranges ascending", [], "ascending{}.hex"),
+        ("Intel HEX ranges shuffled", [], "shuffled{}.hex"),
+        ("HCD records merged", ["-hcdmerge"], "merged{}.hcd"),
+        ("HCD records separate", ["-hcd"], "separate{}.hcd"),
+    ):
+        commands = [[hexload, *option, str(folder / name.format(n))] for n in (100_000, 400_000)]
+        pair = Pair(*commands)
+        rows.append((f"{title}, 400,000 against 100,000", milliseconds(pair.second),
+                     milliseconds(pair.first), f"{pair.ratio:.2f} times", "4.5 times",
+                     pair.ratio <= 4.5))  # fmt: skip
+
+
+def benchmark(program, name):
+    out = subprocess.run(
+        [program, f"--benchmark_filter=^{name}$", "--benchmark_repetitions=7",
+         "--benchmark_format=json", "--benchmark_min_time=0.3"],
+        check=True, capture_output=True).stdout  # fmt: skip
+    runs = json.loads(out)["benchmarks"]
+    return next(run for run in runs if run.get("aggregate_name") == "median")
+
+
+def exchange(program, rows):
+    load = benchmark(program, "LoadDense/65536")["real_time"]
+    rows.append(("64 KiB image, the load itself", f"{load / 1000:.3f} ms", "", "", "1 ms",
+                 load < 1000))  # fmt: skip
+    sleep = benchmark(program, "BareSleep/manual_time")["real_time"]
+    record = benchmark(program, "WriteRecord/32/real_time")
+    ratio = record["real_time"] / sleep
+    rows.append(("one record exchange, bare 4 ms sleep", f"{record['real_time']:.0f} us",
+                 f"{sleep:.0f} us", f"{ratio:.3f} times", "1.03 times", ratio <= 1.03))  # fmt: skip
+    share = record["cpu_per_exchange_us"] / record["real_time"]
+    rows.append(("processor time of the download thread", f"{share:.2%} of a core", "", "", "1 %",
+                 share < 0.01))  # fmt: skip
+    line = benchmark(program, "WriteRecordAt115200/251/real_time")["line_use"]
+    rows.append(("line use at 115200 baud, 251-byte records", f"{line:.1%}", "", "", "93 %",
+                 line >= 0.93))  # fmt: skip
+
+
+def version_of(command):
+    out = subprocess.run(command, check=True, capture_output=True, text=True).stdout
+    return out.splitlines()[0]
+
+
+def machine():
+    cpu = next((line.split(":", 1)[1].strip() for line in open("/proc/cpuinfo")
+                if line.startswith("model name")), platform.machine())  # fmt: skip
+    return (
+        f"{os.cpu_count()} processors ({cpu}), Linux {platform.release()}, "
+        f"{version_of(['g++', '--version'])}, {version_of(['objdump', '--version'])}, "
+        f"{version_of(['srec_cat', '-VERSion'])}"
+    )
+
+
+def table(rows):
+    text = "| Case | hciload | Against | Ratio | Goal | Met |\n|---|---|---|---|---|---|\n"
+    for *cells, met in rows:
+        text += f"| {' | '.join(cells)} | {'yes' if met else 'no'} |\n"
+    return text
+
+
+def update_page(path, rows):
+    """Replaces what stands between the two marks of the page."""
+    begin, end = "<!-- table -->\n", "<!-- end of table -->\n"
+    head, _, rest = path.read_text().partition(begin)
+    _, _, tail = rest.partition(end)
+    load = os.getloadavg()[0]
+    note = f"Measured on {machine()}; load average {load:.1f} at the end.\n\n"
+    path.write_text(head + begin + note + table(rows) + end + tail)
+
+
+def main(arguments):
+    if arguments[0] == "--make-inputs":
+        return make_inputs(pathlib.Path(arguments[1]))
+    build = pathlib.Path(arguments[0])
+    folder = build / "bench-inputs"
+    # In a process of its own: a child's peak memory begins with that of the process it comes from.
+    subprocess.run([sys.executable, __file__, "--make-inputs", folder], check=True)
+    rows = []
+    hexload = str(build / "hexload")
+    against_peers(hexload, folder, rows)
+    growth(hexload, folder, rows)
+    exchange(str(build / "bench_hciload"), rows)
+    print(table(rows), end="")
+    if arguments[1:2] == ["--page"]:
+        update_page(pathlib.Path(arguments[2]), rows)
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
