@@ -27,7 +27,8 @@ bool IsCRC(const FAULT_TARGET& target) {
 
 // A target whose program waits seconds for a reply, not half a second at most.
 bool WaitsLong(const FAULT_TARGET& target) {
-    return IsCRC(target) || std::string_view(target.selector).starts_with("erase");
+    return IsCRC(target) || NeedsResetNotification(target) ||
+           std::string_view(target.selector).starts_with("erase");
 }
 
 // The text of a read-back with another end.
@@ -137,11 +138,28 @@ const std::vector<FAULT_TARGET>& FaultTargets() {
          configOverflow.c_str(), nextConfigRead.c_str()},
         {"Launch RAM at the end", "launch:2", "Chip reset to address 0x00500000 failed ",
          DOWNLOAD_SECONDS, "Chip reset to address 0x00500000 failed RxOverflow", nullptr},
+        {"Patch record", "patch:1", " patch record transmission failed", DOWNLOAD_SECONDS,
+         "RxOverflow patch record transmission failed", " patch record transmission failed"},
+        {"Signature record", "signature:1", "Signature record transmission failed",
+         DOWNLOAD_SECONDS, "RxOverflowSignature record transmission failed", nullptr},
+        {"Reset notification", "resetntf:1", "  Failure waiting for the NCI_RESET_NTF notification",
+         DOWNLOAD_SECONDS, "RxOverflow  Failure waiting for the NCI_RESET_NTF notification",
+         nullptr},
     };
     return targets;
 }
 
+bool IsOfPatchDownload(const FAULT_TARGET& target) {
+    const std::string_view selector = target.selector;
+    return selector == "patch:1" || selector == "signature:1" || NeedsResetNotification(target);
+}
+
+bool NeedsResetNotification(const FAULT_TARGET& target) {
+    return std::string_view(target.selector) == "resetntf:1";
+}
+
 std::vector<FAULT_KIND> FaultKindsOf(const FAULT_TARGET& target) {
+    const bool isNci = IsOfPatchDownload(target);
     std::vector<FAULT_KIND> kinds = {
         {"no reply", "drop"},
         {"reply 40 ms late", "late=40"},
@@ -149,8 +167,7 @@ std::vector<FAULT_KIND> FaultKindsOf(const FAULT_TARGET& target) {
         {"reply in 3 pieces, 5 ms apart", "pieces=3,5"},
         {"reply twice", "twice"},
         {"a bit of the reply's indicator wrong", "flip=4"},
-        {"a bit of the reply's status wrong", "flip=48"},
-        {"a wrong status", "status=12"},
+        {"a bit of the reply's status wrong", isNci ? "flip=32" : "flip=48"},
         {"an event that nobody asked for before it", "event"},
         {"4 bytes of noise before it", "noise-before=4"},
         {"4 bytes of noise after it", "noise-after=4"},
@@ -158,9 +175,12 @@ std::vector<FAULT_KIND> FaultKindsOf(const FAULT_TARGET& target) {
         {"silence for ever", "silence"},
         {"a flood of 200,000 bytes before it", "flood=200000"},
         {"the port hangs up", "hangup"},
-        {"the chip then reads nothing for 40 ms", "slow=40"},
-        {"the chip then reads nothing for 900 ms", "slow=900"},
     };
+    if (!NeedsResetNotification(target)) {  // which is no reply, and nothing follows it
+        kinds.push_back({"a wrong status", "status=12"});
+        kinds.push_back({"the chip then reads nothing for 40 ms", "slow=40"});
+        kinds.push_back({"the chip then reads nothing for 900 ms", "slow=900"});
+    }
     if (IsRead(target)) {
         kinds.push_back({"a wrong byte read back", "baddata"});
     }
@@ -202,7 +222,12 @@ FAULT_OUTCOME ExpectedOutcome(const FAULT_TARGET& target, const FAULT_KIND& kind
             "CRC mismatch while checking 104 bytes starting at address 0x00500000; "
             "host computed D2B2ECF3, firmware computed D2B2ECF2");
     }
-    for (const char* lost : {"drop", "flip=48", "status=12", "cut", "silence", "hangup"}) {
+    // The indicator is part of the pattern of an NCI packet, not of that of an HCI event.
+    if (IsOfPatchDownload(target) && Is(kind, "flip=4")) {
+        return GetsNoReply(target);
+    }
+    for (const char* lost :
+         {"drop", "flip=32", "flip=48", "status=12", "cut", "silence", "hangup"}) {
         if (Is(kind, lost)) {
             return GetsNoReply(target);
         }
@@ -215,7 +240,8 @@ std::string FaultTableAsMarkdown() {
         "# What a download makes of faults on the line\n"
         "\n"
         "Each row is a fault that the simulated chip plays for one command of a download, each\n"
-        "section a command. \"recovers\" means that the download ends with status 0 and every\n"
+        "section a command of the standard download or, at the end, of a patch download. "
+        "\"recovers\" means that the download ends with status 0 and every\n"
         "byte in the chip; else the program ends with status 241 and the text. In no case does\n"
         "the chip hold a byte that is not from the files, and no case takes longer than the\n"
         "seconds given, on a busy machine with a sanitizer at work.\n"

@@ -36,6 +36,11 @@ struct FAULT_OUTCOME {
 };
 
 const std::vector<FAULT_TARGET>& FaultTargets();
+// Whether the command belongs to a patch download over NCI instead of a standard download.
+bool IsOfPatchDownload(const FAULT_TARGET& target);
+// Whether that is one for parts that restart.
+bool NeedsResetNotification(const FAULT_TARGET& target);
+
 // The faults that its reply can have.
 std::vector<FAULT_KIND> FaultKindsOf(const FAULT_TARGET& target);
 FAULT_OUTCOME ExpectedOutcome(const FAULT_TARGET& target, const FAULT_KIND& kind);

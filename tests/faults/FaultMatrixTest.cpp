@@ -36,37 +36,35 @@ public:
         m_Folder.Write("board.vnp",
                        "DevicePreset = \"Faults\"\nDLConfigTargeting = FLASH\n"
                        "DLSectorEraseMode = Chip erase\nDLWriteVerifyMode = Write and verify\n");
+        m_Folder.Write("patch.ncd", std::string("version\x01PATCHSET", 16).append(RECORDS));
+        m_Folder.Write("nfc.vnp",
+                       "DevicePreset = \"Stays\"\nCustomDownload = NFC\n"
+                       "CustomXATimeOutAfterPatchMS = 20\nCustomXAMaxWaitForSignatureMS = 500\n"
+                       "DevicePreset = \"Restarts\"\nCustomDownload = X4410B\n");
     }
 
     PROCESS_RESULT Run(const std::string& fault) const {
-        return RunProcess(m_Folder, {CHIPSIM_PROGRAM,
-                                     "--baud",
-                                     "0",
-                                     "--seed",
-                                     "7",
-                                     "--erase-time",
-                                     "40",
-                                     "--fault",
-                                     fault,
-                                     "--dump",
-                                     "dump.hex",
-                                     "--",
-                                     HCILOAD_PROGRAM,
-                                     "-VINTORMODE",
-                                     "-PORT",
-                                     "/dev/tty",
-                                     "-BAUDRATE",
-                                     "115200",
-                                     "-VNP",
-                                     "board.vnp",
-                                     "-MINIDRIVER",
-                                     "md.hex",
-                                     "-FIRMWARE",
-                                     "fw.hex",
-                                     "-CONFIG",
-                                     "cfg.hcd",
-                                     "-CHECKCRC"});
+        return RunWithChip({"--erase-time", "40", "--fault", fault, "--dump", "dump.hex"},
+                           {"-VINTORMODE", "-VNP", "board.vnp", "-MINIDRIVER", "md.hex",
+                            "-FIRMWARE", "fw.hex", "-CONFIG", "cfg.hcd", "-CHECKCRC"});
     }
+
+    PROCESS_RESULT RunPatch(const std::string& fault, bool restarts) const {
+        std::vector<std::string> options = {"--fault", fault, "--dump-records", "records.bin"};
+        if (restarts) {
+            options.emplace_back("--reset-ntf");
+        }
+        return RunWithChip(options, {"-RULES", restarts ? "nfc.vnp@Restarts" : "nfc.vnp@Stays",
+                                     "-CONFIG", "patch.ncd"});
+    }
+
+    // The same for the records of the patch download, which arrive in order.
+    int CountRecordBytesInChip() const {
+        const std::string arrived = m_Folder.Read("records.bin");
+        return RECORDS.starts_with(arrived) ? static_cast<int>(arrived.size()) : -1;
+    }
+
+    static int CountRecordBytes() { return static_cast<int>(RECORDS.size()); }
 
     // How many bytes of the files are in the chip; -1 when it holds any other byte.
     int CountBytesInChip() const {
@@ -92,6 +90,23 @@ public:
     }
 
 private:
+    static constexpr std::string_view RECORDS{
+        "\x10\x2F\x2E\x03\x01pa\x10\x2F\x2E\x03\x02pb\x10\x2F\x2E\x03\x06si"};
+
+    PROCESS_RESULT RunWithChip(const std::vector<std::string>& chipOptions,
+                               const std::vector<std::string>& arguments) const {
+        std::vector<std::string> words = {CHIPSIM_PROGRAM, "--baud", "0", "--seed", "7"};
+        words.insert(words.end(), chipOptions.begin(), chipOptions.end());
+        for (const char* word : {"--", HCILOAD_PROGRAM}) {
+            words.emplace_back(word);
+        }
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        for (const char* word : {"-PORT", "/dev/tty", "-BAUDRATE", "115200"}) {
+            words.emplace_back(word);
+        }
+        return RunProcess(m_Folder, words);
+    }
+
     int ExpectedByte(unsigned int address) const {
         const struct {
             unsigned int m_nStart;
@@ -123,17 +138,21 @@ void CheckCell(const FAULT_TARGET& target, const FAULT_KIND& kind) {
     const std::string fault = std::string(target.selector) + ":" + kind.fault;
     SCOPED_TRACE(fault);
     const CFaultyDownload download;
-    const PROCESS_RESULT result = download.Run(fault);
+    const bool isPatch = IsOfPatchDownload(target);
+    const PROCESS_RESULT result =
+        isPatch ? download.RunPatch(fault, NeedsResetNotification(target)) : download.Run(fault);
+    const int arrived = isPatch ? download.CountRecordBytesInChip() : download.CountBytesInChip();
     if (expected.error.empty()) {
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_THAT(result.out, testing::HasSubstr("Current state: Completed successfully\n"));
-        EXPECT_EQ(download.CountBytesInChip(), download.CountBytesInFiles());
+        EXPECT_EQ(arrived,
+                  isPatch ? CFaultyDownload::CountRecordBytes() : download.CountBytesInFiles());
     } else {
         EXPECT_EQ(result.status, 241);
         EXPECT_THAT(WithoutSeed(result.err),
                     testing::AnyOf(expected.error + "\n", expected.orError + "\n"));
         EXPECT_THAT(result.out, testing::Not(testing::HasSubstr("Completed successfully")));
-        EXPECT_GE(download.CountBytesInChip(), 0);
+        EXPECT_GE(arrived, 0);
     }
     EXPECT_LT(result.seconds, expected.seconds);
 }
