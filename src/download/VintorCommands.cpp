@@ -12,6 +12,7 @@
 #include "transport/SerialConnector.h"
 #include "util/ByteOrder.h"
 #include "util/FormatText.h"
+#include "util/Wrap32.h"
 
 namespace {
 
@@ -105,7 +106,8 @@ bool VintorVerifySingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
     }
     *error = FormatText(
         "Data mismatch at address 0x%08X. Expected byte value 0x%02X but device contains 0x%02X",
-        address + static_cast<unsigned int>(expectedByte - data), *expectedByte, *readByte);
+        WrappingAdd(address, static_cast<unsigned int>(expectedByte - data)), *expectedByte,
+        *readByte);
     return false;
 }
 

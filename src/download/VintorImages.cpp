@@ -9,6 +9,7 @@
 #include "util/Crc32.h"
 #include "util/FormatText.h"
 #include "util/HexText.h"
+#include "util/Wrap32.h"
 
 namespace {
 
@@ -101,7 +102,7 @@ private:
             // a write size of 256 no record ever gets ahead, until the download is canceled.
             const auto n = static_cast<unsigned char>(std::min(m_nWriteSize, size - offset));
             const CRecord record = {range.GetDataBuffer() + offset, n,
-                                    range.GetBaseAddress() + offset};
+                                    WrappingAdd(range.GetBaseAddress(), offset)};
             if (!RunRecord(range, record, &offset)) {
                 return false;
             }

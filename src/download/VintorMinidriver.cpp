@@ -7,6 +7,7 @@
 #include "download/VintorCommands.h"
 #include "download/WriteSize.h"
 #include "util/FormatText.h"
+#include "util/Wrap32.h"
 
 namespace {
 
@@ -57,7 +58,7 @@ bool WriteRange(CChipDownloader* downloader, const CByteBuffer& range, unsigned 
     while (offset < size && downloader->IsRunning()) {
         const auto n = static_cast<unsigned char>(std::min(chunkSize, size - offset));
         if (!WriteRecord(downloader, range.GetDataBuffer() + offset, n,
-                         range.GetBaseAddress() + offset)) {
+                         WrappingAdd(range.GetBaseAddress(), offset))) {
             return false;
         }
         offset += n;
