@@ -5,6 +5,7 @@
 
 #include "download/DownloaderAccess.h"
 #include "os/OSTime.h"
+#include "util/Wrap32.h"
 
 unsigned int PROGRESS_REPORT_INTERVAL_MS = 1000;
 
@@ -108,8 +109,8 @@ void PrintFilledAreas(CChipDownloader& downloader) {
                 static_cast<int>(areas.size()));
     for (const COMPLETED_SECTION_INFO& area : areas) {
         std::printf("[%08X..%08X] %s (%0d bytes)\n", area.m_nStartAddress,
-                    area.m_nStartAddress + area.m_nByteCount - 1, area.m_bIsCode ? "CODE" : "DATA",
-                    static_cast<int>(area.m_nByteCount));
+                    WrappingSubtract(WrappingAdd(area.m_nStartAddress, area.m_nByteCount), 1),
+                    area.m_bIsCode ? "CODE" : "DATA", static_cast<int>(area.m_nByteCount));
     }
     std::fflush(stdout);
 }

@@ -13,6 +13,7 @@
 #include "transport/SerialConnector.h"
 #include "transport/SerialConnectorFactory.h"
 #include "transport/TerminalRestore.h"
+#include "util/Wrap32.h"
 
 namespace {
 
@@ -90,7 +91,7 @@ CChipImageLoadingInformation DescribeDownload(const CRequest& request) {
 // Two readings of a clock that starts again every second: a difference whose later reading is the
 // smaller one wraps and prints as a value just below 4294967.296 s. Kept so on purpose.
 double SecondsBetween(unsigned int earlierMS, unsigned int laterMS) {
-    return (laterMS - earlierMS) / 1000.0;
+    return WrappingSubtract(laterMS, earlierMS) / 1000.0;
 }
 
 void RecordTimes(double total, double net, const char* logFileName) {
