@@ -212,7 +212,10 @@ std::string CNameValueTable::LoadFromFile(const char* path) {
     }
     std::string content;
     char block[4096];
-    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get())) {
+    bool ended = false;
+    while (const std::size_t count = ended ? 0 : std::fread(block, 1, sizeof block, file.get())) {
+        // Text ends at a NUL; a file that goes on for gigabytes behind it is not read to its end.
+        ended = std::find(block, block + count, '\0') != block + count;
         content.append(block, count);
     }
     return std::ferror(file.get()) != 0 ? "File not found" : LoadFromString(content.c_str());
