@@ -61,6 +61,19 @@ install_missing() {
     missing=""
 }
 
+# install_clang: installs clang++ with the libraries of its sanitizers and its fuzzer, and whatever
+# else is missing.
+install_clang() {
+    need_command clang++ clang
+    install_missing || return 1
+    # Those libraries come in a package of their own that goes by the compiler's version.
+    if ! echo 'extern "C" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }' |
+        clang++ -fsanitize=fuzzer,address -x c++ - -o /dev/null 2>/dev/null; then
+        missing="libclang-rt-$(clang++ -dumpversion | cut -d. -f1)-dev"
+        install_missing
+    fi
+}
+
 # job_count: how many jobs to run side by side.
 job_count() {
     nproc 2>/dev/null || echo 2
