@@ -2,23 +2,24 @@
 
 #include "PlainImage.h"
 #include "corekit/intelhex/IntelHexReader.h"
+#include "support/PlainRules.h"
 
-// Any text as an Intel HEX file. The loader has to make of it what the reader's records say, taken
-// one by one.
+// Any text as an Intel HEX file. The loader, fast as it is, has to make of it what the rules say,
+// taken word by word.
 
 namespace {
 
 class CPlainLoad {
 public:
     explicit CPlainLoad(const char* path) {
-        CIntelHexReader reader;
-        m_strError = reader.OpenDataFile(path);
-        unsigned int address = 0;
-        std::vector<unsigned char> bytes;
-        while (m_strError.empty() && reader.GetMoreInput(&address, bytes, &m_strError)) {
-            if (!bytes.empty()) {
-                TakeRecord(address, bytes);
+        const CPlainRules rules(path);
+        for (const CPlainRules::Data& data : rules.GetData()) {
+            if (m_strError.empty()) {
+                TakeRecord(data.address, data.bytes);
             }
+        }
+        if (m_strError.empty()) {
+            m_strError = rules.GetError();
         }
         if (m_strError.empty()) {
             CloseRun();

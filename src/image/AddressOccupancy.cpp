@@ -11,7 +11,8 @@ namespace {
 std::uint64_t WordMask(unsigned int index, unsigned int first, unsigned int last) {
     const unsigned int from = std::max(first, index * 64) - index * 64;
     const unsigned int to = std::min(last, index * 64 + 63) - index * 64;
-    return ~std::uint64_t{0} << from & ~std::uint64_t{0} >> (63 - to);
+    constexpr std::uint64_t ALL = ~std::uint64_t{0};
+    return ALL >> from << from & ALL >> (63 - to);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+#include "util/Wrap32.h"
+
 namespace {
 
 constexpr unsigned int DEFAULT_CAPACITY = 4096;
@@ -30,7 +32,7 @@ unsigned int RunLength(const DATA_QUEUE& queue, unsigned int n) {
 
 void TakeRun(DATA_QUEUE& queue, unsigned int n) {
     queue.readPosition = Advance(queue, queue.readPosition, n);
-    queue.totalBytesRead += n;
+    queue.totalBytesRead = WrappingAdd(queue.totalBytesRead, n);
 }
 
 }  // namespace
@@ -91,7 +93,7 @@ unsigned int DataQueueAddBytes(DATA_QUEUE* queue, unsigned int n, const unsigned
     std::copy_n(bytes, first, queue->writePosition);
     std::copy_n(bytes + first, added - first, queue->firstByte);
     queue->writePosition = Advance(*queue, queue->writePosition, added);
-    queue->totalBytesStored += added;
+    queue->totalBytesStored = WrappingAdd(queue->totalBytesStored, added);
     return added;
 }
 
@@ -136,5 +138,5 @@ unsigned int DataQueueCountTotalBytesRead(const DATA_QUEUE* queue) {
 }
 
 unsigned int DataQueueCountBytesRemainingToRead(const DATA_QUEUE* queue) {
-    return queue->totalBytesStored - queue->totalBytesRead;
+    return WrappingSubtract(queue->totalBytesStored, queue->totalBytesRead);
 }

@@ -192,7 +192,8 @@ TEST(BadFilesTest, SampleFilesMayEndAnywhere) {
         const auto whole = MemoryOf(image);
         std::size_t errors = 0;
         const auto size = std::filesystem::file_size(path);
-        for (auto length = size; length-- > 0;) {
+        for (std::size_t cut = 1; cut <= size; ++cut) {
+            const auto length = size - cut;
             std::filesystem::resize_file(path, length);
             const std::string error = LoadSample(path, isHCD, image);
             errors += error.empty() ? 0 : 1;
@@ -212,7 +213,9 @@ TEST(BadFilesTest, TheSampleRulesMayEndAnywhere) {
     std::filesystem::copy_file(EXAMPLES "/board.vnp", path);
     CDownloadRulesSet whole("");
     ASSERT_EQ(whole.LoadFromDownloadParametersFile(path.c_str()), "");
-    for (auto length = std::filesystem::file_size(path); length-- > 0;) {
+    const auto size = std::filesystem::file_size(path);
+    for (std::size_t cut = 1; cut <= size; ++cut) {
+        const auto length = size - cut;
         std::filesystem::resize_file(path, length);
         CDownloadRulesSet part("");
         const std::string error = part.LoadFromDownloadParametersFile(path.c_str());

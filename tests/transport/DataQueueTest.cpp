@@ -105,7 +105,8 @@ TEST(DataQueue, BehavesAsAListDoes) {
         if (random() % 2 == 0) {
             std::string bytes(n, 0);
             for (char& byte : bytes) {
-                byte = static_cast<char>(next++);
+                byte = static_cast<char>(next);
+                next = static_cast<unsigned char>(next + 1);
             }
             const unsigned int added =
                 CppQueueWrapper(queue).AddBytes(n, reinterpret_cast<unsigned char*>(bytes.data()));
