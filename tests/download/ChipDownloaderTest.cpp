@@ -335,6 +335,31 @@ TEST(ChipDownloader, CanBeDestroyedInTheMiddleOfADownload) {
     EXPECT_GT(setup.Chip().m_Sent.size(), 1U);
 }
 
+// The procedure gives the lock back for microseconds only, so a poller has to be next in line.
+TEST(ChipDownloader, APollerGetsInWithinARecord) {
+    CDownloadSetup setup(EndlessDownload());
+    ASSERT_EQ(setup.Prepare(), "");
+    std::atomic<unsigned int> frames = 0;
+    setup.Chip().m_pfnFrameSent = [&frames] {
+        ++frames;
+        frames.notify_one();
+    };
+    ASSERT_EQ(setup.Downloader().StartDownload(nullptr), "");
+    constexpr unsigned int POLLS = 40;
+    unsigned int framesWaitedFor = 0;
+    for (unsigned int i = 0; i < POLLS; ++i) {
+        // Asked for while a record is on its way, the lock comes when that record is done.
+        const unsigned int before = frames;
+        frames.wait(before);
+        ASSERT_TRUE(setup.Downloader().LockForAccess());
+        framesWaitedFor += frames - before - 1;
+        setup.Downloader().UnlockAccess();
+    }
+    setup.DestroyDownloader();
+    // A busy machine may stop us now and then between seeing a record and asking.
+    EXPECT_LE(framesWaitedFor, POLLS / 8);
+}
+
 TEST(ChipDownloader, StopsARunningDownload) {
     CDownloadSetup setup(EndlessDownload());
     ASSERT_EQ(setup.Prepare(), "");
