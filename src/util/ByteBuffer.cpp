@@ -7,16 +7,6 @@
 
 namespace {
 
-// Null for no bytes and when memory has run out.
-unsigned char* CopyOfBytes(const unsigned char* data, unsigned int size) {
-    if (data == nullptr || size == 0)
-        return nullptr;
-    auto* copy = new (std::nothrow) unsigned char[size];
-    if (copy != nullptr)
-        std::memcpy(copy, data, size);
-    return copy;
-}
-
 char* CopyOfText(const char* text) {
     if (text == nullptr || *text == '\0')
         return nullptr;
@@ -32,7 +22,7 @@ char* CopyOfText(const char* text) {
 CByteBuffer::CByteBuffer(unsigned int size, unsigned char fill) {
     if (size == 0)
         return;
-    auto* block = new (std::nothrow) unsigned char[size];
+    unsigned char* block = MakeRoom(size);
     if (block == nullptr)
         return;
     std::memset(block, fill, size);
@@ -100,14 +90,15 @@ void CByteBuffer::AppendData(unsigned char* data, unsigned int size) {
     }
     unsigned char* block = nullptr;
     if (size <= UINT_MAX - m_nDataSize) {
-        block = new (std::nothrow) unsigned char[size_t{m_nDataSize} + size];
+        block = MakeRoom(m_nDataSize + size);
     }
     if (block != nullptr) {
-        std::memcpy(block, m_pData, m_nDataSize);
-        std::memcpy(block + m_nDataSize, data, size);
+        // Short bytes stay where they are.
+        std::memmove(block, m_pData, m_nDataSize);
+        std::memmove(block + m_nDataSize, data, size);
     }
     // The old block goes whatever its mode was, on purpose: only owners append.
-    delete[] m_pData;
+    DeleteBlock();
     TakeBlock(block, m_nDataSize + size, BYTE_BUFFER_OWNED);
 }
 
@@ -117,6 +108,20 @@ void CByteBuffer::SetName(const char* name) {
     m_pszName = copy;
 }
 
+unsigned char* CByteBuffer::MakeRoom(unsigned int size) {
+    return size <= SHORT_SIZE ? m_Short.data() : new (std::nothrow) unsigned char[size];
+}
+
+unsigned char* CByteBuffer::CopyOfBytes(const unsigned char* data, unsigned int size) {
+    if (data == nullptr || size == 0)
+        return nullptr;
+    unsigned char* copy = MakeRoom(size);
+    // The source may be what the buffer holds now.
+    if (copy != nullptr)
+        std::memmove(copy, data, size);
+    return copy;
+}
+
 void CByteBuffer::TakeBlock(unsigned char* block, unsigned int size, unsigned char mode) {
     const bool empty = block == nullptr || size == 0;
     m_pData = block;
@@ -124,9 +129,14 @@ void CByteBuffer::TakeBlock(unsigned char* block, unsigned int size, unsigned ch
     m_nMode = empty ? static_cast<unsigned char>(BYTE_BUFFER_EMPTY) : mode;
 }
 
+void CByteBuffer::DeleteBlock() {
+    if (m_pData != m_Short.data())
+        delete[] m_pData;
+}
+
 void CByteBuffer::FreeData() {
     if (m_nMode == BYTE_BUFFER_OWNED || m_nMode == BYTE_BUFFER_ADOPTED)
-        delete[] m_pData;
+        DeleteBlock();
     TakeBlock(nullptr, 0, BYTE_BUFFER_EMPTY);
 }
 
@@ -137,4 +147,9 @@ void CByteBuffer::Swap(CByteBuffer& other) noexcept {
     std::swap(m_nBaseAddress, other.m_nBaseAddress);
     std::swap(m_nFlag, other.m_nFlag);
     std::swap(m_pszName, other.m_pszName);
+    std::swap(m_Short, other.m_Short);
+    if (m_pData == other.m_Short.data())
+        m_pData = m_Short.data();
+    if (other.m_pData == m_Short.data())
+        other.m_pData = other.m_Short.data();
 }

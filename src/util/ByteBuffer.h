@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 
 // How a CByteBuffer holds its bytes. Stored as a number; other values are kept as given.
@@ -14,6 +15,10 @@ enum ByteBufferStorage : unsigned char {
 // ranges, configuration records and command payloads are all held in it.
 //
 // Not synchronised: one thread at a time. Sizes are in bytes, addresses are 32-bit chip addresses.
+//
+// A few owned bytes are kept in the object itself: an image may have a range for each record, and
+// most commands are short. So the pointer to owned bytes is good only as long as the buffer stays
+// where it is and keeps what it holds.
 class CByteBuffer {
 public:
     CByteBuffer() = default;
@@ -60,8 +65,17 @@ public:
     void SetFlag(unsigned char flag) { m_nFlag = flag; }
 
 private:
+    static constexpr unsigned int SHORT_SIZE = 16;  // bytes, those of a usual record
+
+    // Room for size bytes that are to be owned: m_Short or a new block; null when memory has run
+    // out.
+    unsigned char* MakeRoom(unsigned int size);
+    // A copy of the bytes in such room; null for no bytes and when memory has run out.
+    unsigned char* CopyOfBytes(const unsigned char* data, unsigned int size);
     // Holds block from now on, without freeing what was held; no block or no bytes means empty.
     void TakeBlock(unsigned char* block, unsigned int size, unsigned char mode);
+    // Deletes a block that is not part of the object.
+    void DeleteBlock();
     void FreeData();
     void Swap(CByteBuffer& other) noexcept;
 
@@ -71,4 +85,5 @@ private:
     unsigned int m_nBaseAddress = 0;
     unsigned char m_nFlag = 0;
     char* m_pszName = nullptr;
+    std::array<unsigned char, SHORT_SIZE> m_Short{};
 };

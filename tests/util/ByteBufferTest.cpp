@@ -131,6 +131,30 @@ TEST_F(CByteBufferTest, AppendDataGrowsAnOwnedBlock) {
     EXPECT_EQ(borrowed.GetStorageMode(), BYTE_BUFFER_OWNED);
 }
 
+// Few bytes are kept inside the object, more of them outside: every way from one to the other.
+TEST_F(CByteBufferTest, BytesInsideAndOutside) {
+    const std::string text = "sixteen bytes...and some more";
+    for (const unsigned int before : {1U, 16U, 17U, 29U}) {
+        for (const unsigned int after : {1U, 15U, 16U, 17U, 29U}) {
+            std::string room = text;
+            auto* bytes = reinterpret_cast<unsigned char*>(room.data());
+            CByteBuffer buffer(bytes, before, 1);
+            CByteBuffer other(bytes + 29 - after, after, 1);
+            const CByteBuffer copy = buffer;
+            std::swap(buffer, other);
+            EXPECT_EQ(BytesOf(buffer), text.substr(29 - after));
+            EXPECT_EQ(BytesOf(other), text.substr(0, before));
+            EXPECT_EQ(BytesOf(copy), BytesOf(other));
+            buffer.AppendData(other.GetDataBuffer(), before);
+            EXPECT_EQ(BytesOf(buffer), text.substr(29 - after) + text.substr(0, before));
+            buffer.AssignData(buffer.GetDataBuffer() + after - 1, 2, 1);
+            EXPECT_EQ(BytesOf(buffer), text.substr(28) + text.substr(0, 1));
+            other.AssignData(bytes, after, 1);
+            EXPECT_EQ(BytesOf(other), text.substr(0, after));
+        }
+    }
+}
+
 TEST_F(CByteBufferTest, AnEmptyNameIsNoName) {
     CByteBuffer buffer;
     buffer.SetName("first");
