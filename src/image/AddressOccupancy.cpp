@@ -5,18 +5,6 @@
 
 #include "util/Wrap32.h"
 
-namespace {
-
-// The bits of the word at index that stand for the addresses from first to last of a page.
-std::uint64_t WordMask(unsigned int index, unsigned int first, unsigned int last) {
-    const unsigned int from = std::max(first, index * 64) - index * 64;
-    const unsigned int to = std::min(last, index * 64 + 63) - index * 64;
-    constexpr std::uint64_t ALL = ~std::uint64_t{0};
-    return ALL >> from << from & ALL >> (63 - to);
-}
-
-}  // namespace
-
 // The rule compares the first address of a range with the end of the new one, and its last address
 // with the start of the new one, all in 32 bits. So what ends at the top overlaps nothing. A range
 // that wraps or is empty has a last address in front of its first: only what covers both overlaps
@@ -39,7 +27,7 @@ bool CAddressOccupancy::Take(unsigned int address, unsigned int size) {
     return taken && end != 0;
 }
 
-std::uint32_t& CAddressOccupancy::PageNumberAt(unsigned int address) {
+CAddressOccupancy::Page*& CAddressOccupancy::PageAt(unsigned int address) {
     std::unique_ptr<Block>& block = m_Blocks[address / (PAGE_SIZE * PAGES)];
     if (!block)
         block = std::make_unique<Block>();
@@ -47,23 +35,24 @@ std::uint32_t& CAddressOccupancy::PageNumberAt(unsigned int address) {
 }
 
 bool CAddressOccupancy::TakeInPage(unsigned int address, unsigned int last) {
-    std::uint32_t& number = PageNumberAt(address);
-    if (number == FULL_PAGE)
-        return true;
+    Page*& page = PageAt(address);
     if (last - address == PAGE_SIZE - 1)
-        return std::exchange(number, FULL_PAGE) != FREE_PAGE;
-    if (number == FREE_PAGE) {
-        number = FIRST_PAGE + static_cast<std::uint32_t>(m_Pages.size());
-        m_Pages.emplace_back();
-    }
-    Page& page = m_Pages[number - FIRST_PAGE];
-    const unsigned int from = address % PAGE_SIZE;
-    const unsigned int to = last % PAGE_SIZE;
-    std::uint64_t taken = 0;
-    for (unsigned int i = from / 64; i <= to / 64; ++i) {
-        const std::uint64_t mask = WordMask(i, from, to);
-        taken |= page[i] & mask;
-        page[i] |= mask;
-    }
+        return std::exchange(page, &m_FullPage) != nullptr;
+    if (page == nullptr)
+        page = &m_Pages.emplace_back();
+    // Short ranges lie in one word or two. Both cases take the same steps, so that the wait for one
+    // range is no wait for the next.
+    constexpr std::uint64_t ALL = ~std::uint64_t{0};
+    const unsigned int first = address % PAGE_SIZE / 64;
+    const unsigned int final = last % PAGE_SIZE / 64;
+    const std::uint64_t from = ALL << address % 64;
+    const std::uint64_t to = ALL >> (63 - last % 64);
+    const std::uint64_t firstMask = first == final ? from & to : from;
+    const std::uint64_t finalMask = first == final ? from & to : to;
+    std::uint64_t taken = ((*page)[first] & firstMask) | ((*page)[final] & finalMask);
+    for (unsigned int i = first + 1; i < final; ++i)
+        taken |= std::exchange((*page)[i], ALL);
+    (*page)[first] |= firstMask;
+    (*page)[final] |= finalMask;
     return taken != 0;
 }

@@ -11,6 +11,10 @@
 // in pages that exist only where some but not all of their addresses are taken.
 class CAddressOccupancy {
 public:
+    CAddressOccupancy() { m_FullPage.fill(~std::uint64_t{0}); }
+    CAddressOccupancy(const CAddressOccupancy&) = delete;
+    CAddressOccupancy& operator=(const CAddressOccupancy&) = delete;
+
     // Takes the addresses of a range; whether it may overlap one that was there before.
     bool Take(unsigned int address, unsigned int size);
 
@@ -18,17 +22,16 @@ private:
     static constexpr unsigned int PAGE_SIZE = 1024;  // addresses
     static constexpr unsigned int PAGES = 1024;      // in a block
     static constexpr unsigned int BLOCKS = 4096;
-    static constexpr std::uint32_t FREE_PAGE = 0;
-    static constexpr std::uint32_t FULL_PAGE = 1;
-    static constexpr std::uint32_t FIRST_PAGE = 2;  // number of m_Pages[0]
 
-    using Block = std::array<std::uint32_t, PAGES>;
     using Page = std::array<std::uint64_t, PAGE_SIZE / 64>;
+    using Block = std::array<Page*, PAGES>;
 
     bool TakeInPage(unsigned int address, unsigned int last);
-    std::uint32_t& PageNumberAt(unsigned int address);
+    // Null for a page none of whose addresses is taken.
+    Page*& PageAt(unsigned int address);
 
     std::array<std::unique_ptr<Block>, BLOCKS> m_Blocks;
     std::deque<Page> m_Pages;
+    Page m_FullPage;  // of all that are taken whole
     bool m_bEverywhere = false;
 };
