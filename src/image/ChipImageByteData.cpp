@@ -25,12 +25,6 @@ std::string TextOrEmpty(const char* text) {
     return text == nullptr ? "" : text;
 }
 
-CByteBuffer MakeRange(unsigned char* bytes, unsigned int size, unsigned int address) {
-    CByteBuffer range(bytes, size, BYTE_BUFFER_OWNED);
-    range.SetBaseAddress(address);
-    return range;
-}
-
 // Reads past the version block and the descriptors; the error text, empty on success.
 std::string ReadNCDFileHead(std::FILE* file, const char* fileName) {
     unsigned char version[NCD_VERSION_SIZE];
@@ -189,14 +183,14 @@ std::string CChipImageByteData::ReadHexRuns(CIntelHexReader& reader, unsigned in
     unsigned int address = 0;
     unsigned int count = 0;
     std::string error;
-    while (reader.GetMoreData(&address, stage.GetTail(), &count, &error)) {
+    while (reader.GetMoreData(&address, stage.GetTail(), stage.GetRoom(), &count, &error)) {
         if (count == 0)
             continue;
         if (std::exchange(first, false))
             *firstAddress = address;
         if (!stage.IsContinuedAt(address)) {
             if (!stage.IsEmpty())
-                m_Ranges.push_back(stage.TakeRun(count));
+                stage.MoveRunTo(m_Ranges.emplace_back(), count);
             stage.StartAt(address);
         } else if (!stage.HasRoomFor(count)) {
             return FormatText("More than 16 MiB of contiguous data at address 0x%08X", address);
@@ -204,7 +198,7 @@ std::string CChipImageByteData::ReadHexRuns(CIntelHexReader& reader, unsigned in
         stage.KeepTail(count);
     }
     if (error.empty() && !stage.IsEmpty())
-        m_Ranges.push_back(stage.TakeRun(0));
+        stage.MoveRunTo(m_Ranges.emplace_back(), 0);
     return error;
 }
 
@@ -255,8 +249,10 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
     const auto closeRange = [&] {
         if (!started)
             return;
-        m_Ranges.push_back(
-            MakeRange(gathered.data(), static_cast<unsigned int>(gathered.size()), base));
+        m_Ranges
+            .emplace_back(gathered.data(), static_cast<unsigned int>(gathered.size()),
+                          BYTE_BUFFER_OWNED)
+            .SetBaseAddress(base);
         gathered.clear();
     };
 
@@ -298,9 +294,9 @@ std::string CChipImageByteData::LoadFromNCDFile(const char* fileName, unsigned i
     unsigned char record[NCD_MAX_RECORD_SIZE];
     bool endsPatchSet = false;
     while (ReadNextNCDRecord(file.get(), false, &size, record, &endsPatchSet, &error)) {
-        m_Ranges.push_back(MakeRange(record, size, 0));
+        CByteBuffer& range = m_Ranges.emplace_back(record, size, BYTE_BUFFER_OWNED);
         if (endsPatchSet) {
-            m_Ranges.back().SetFlag(1);
+            range.SetFlag(1);
             ++*patchSetCount;
         }
     }

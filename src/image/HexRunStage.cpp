@@ -5,8 +5,6 @@
 #include <cstring>
 #include <utility>
 
-#include "corekit/intelhex/PlainHexRecord.h"
-
 namespace {
 
 // A run of this size hands its block over to the range; a shorter one is copied, for a new block
@@ -39,8 +37,7 @@ std::unique_ptr<unsigned char[]> MakeBlock() {
 
 CHexRunStage::CHexRunStage() : m_pBlock(MakeBlock()) {}
 
-CByteBuffer CHexRunStage::TakeRun(unsigned int tailCount) {
-    CByteBuffer range;
+void CHexRunStage::MoveRunTo(CByteBuffer& range, unsigned int tailCount) {
     const unsigned char* tail = GetTail();
     if (m_nSize < SIZE_TO_HAND_OVER) {
         range.AssignData(m_pBlock.get(), m_nSize, BYTE_BUFFER_OWNED);
@@ -50,5 +47,4 @@ CByteBuffer CHexRunStage::TakeRun(unsigned int tailCount) {
     range.SetBaseAddress(m_nStart);
     std::memmove(m_pBlock.get(), tail, tailCount);
     m_nSize = 0;
-    return range;
 }

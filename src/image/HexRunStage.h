@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "corekit/intelhex/PlainHexRecord.h"
 #include "util/ByteBuffer.h"
 #include "util/Wrap32.h"
 
@@ -18,19 +19,20 @@ public:
     bool IsContinuedAt(unsigned int address) const {
         return !IsEmpty() && address == WrappingAdd(m_nStart, m_nSize);
     }
-    bool HasRoomFor(unsigned int count) const { return count <= CAPACITY - m_nSize; }
+    bool HasRoomFor(unsigned int count) const { return count <= GetRoom(); }
     unsigned int GetStart() const { return m_nStart; }
     unsigned int GetSize() const { return m_nSize; }
 
-    // Room for the data of one record.
+    // Room for what HasRoomFor tells, and for the data of one record in any case.
     unsigned char* GetTail() const { return m_pBlock.get() + m_nSize; }
+    unsigned int GetRoom() const { return CAPACITY - m_nSize; }
 
     // Keeps the first count bytes of the tail; the caller has asked HasRoomFor.
     void KeepTail(unsigned int count) { m_nSize += count; }
 
-    // What is staged, as a range. The stage is empty then, with the first tailCount bytes of the
-    // tail still in it.
-    CByteBuffer TakeRun(unsigned int tailCount);
+    // Gives what is staged to an empty range. The stage is empty then, with the first tailCount
+    // bytes of the tail still in it.
+    void MoveRunTo(CByteBuffer& range, unsigned int tailCount);
 
     // Where the next run starts; for an empty stage.
     void StartAt(unsigned int address) { m_nStart = address; }

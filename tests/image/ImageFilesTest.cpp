@@ -95,6 +95,13 @@ TEST_F(CImageFilesTest, ARunOfMoreThan16MiBIsRefused) {
     EXPECT_EQ(LoadHex(text + HexRecord(0, 0, {1})),
               "More than 16 MiB of contiguous data at address 0x11000000");
     EXPECT_EQ(ImageText(m_Image), "");
+    // Of records of one size, the one that no longer fits is named.
+    const auto record = [](unsigned int address, unsigned int size) {
+        return HexRecord(0, address, std::vector<unsigned char>(size, 0x42));
+    };
+    text.resize(text.size() - HexRecord(4, 0, {0x11, 0x00}).size() - record(0xFF80, 128).size());
+    EXPECT_EQ(LoadHex(text + record(0xFF80, 100) + record(0xFFE4, 15) + record(0xFFF3, 15)),
+              "More than 16 MiB of contiguous data at address 0x10FFFFF3");
 }
 
 // One HCD record: the operation, the address and the data.

@@ -61,18 +61,18 @@ bool CIntelHexReader::GetMoreInput(unsigned int* address, std::vector<unsigned c
                                    std::string* error) {
     data.resize(HEX_MAX_DATA_SIZE);
     unsigned int count = 0;
-    const bool more = GetMoreData(address, data.data(), &count, error);
+    const bool more = GetMoreData(address, data.data(), 0, &count, error);
     data.resize(count);
     return more;
 }
 
-bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, unsigned int* count,
-                                  std::string* error) {
+bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, unsigned int room,
+                                  unsigned int* count, std::string* error) {
     error->clear();
     *count = 0;
     if (!m_Source.IsOpen())
         return false;
-    if (ReadPlainRecord(address, bytes, count))
+    if (ReadPlainRecords(address, bytes, room, count))
         return true;
     std::vector<unsigned char> data;
     const bool more = ReadAnyLine(address, data, error);
@@ -84,18 +84,30 @@ bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, u
 
 // Nearly every line of an image is plainly well formed; only the others take the long way through
 // the rules. Both ways have the same outcome.
-bool CIntelHexReader::ReadPlainRecord(unsigned int* address, unsigned char* bytes,
-                                      unsigned int* count) {
+bool CIntelHexReader::ReadPlainRecords(unsigned int* address, unsigned char* bytes,
+                                       unsigned int room, unsigned int* count) {
     if (MayRecordsBeSkipped())
         return false;
     const char* text = m_Source.GetText();
+    const std::size_t available = m_Source.GetTextSize();
     PlainHexRecord record;
-    if (!DecodePlainHexRecord(text, m_Source.GetTextSize(), record, bytes))
+    if (!DecodePlainHexRecord(text, available, record, bytes))
         return false;
+    TakeRecord(record.type, record.address, {bytes, record.count}, address);
     m_Source.Skip(record.textSize);
     ++m_nLineNumber;
-    TakeRecord(record.type, record.address, {bytes, record.count}, address);
-    *count = record.type == INTEL_HEX_DATA ? record.count : 0;
+    if (record.type != INTEL_HEX_DATA)
+        return true;
+    *count = record.count;
+    if (record.count != 0 && room > record.count) {
+        const unsigned int more = DecodeContinuingHexRecords(
+            text, available, record, room / record.count - 1, bytes + record.count);
+        if (more != 0) {
+            m_Source.Skip(more * record.textSize);
+            m_nLineNumber += more;
+            *count += more * record.count;
+        }
+    }
     return true;
 }
 

@@ -24,10 +24,12 @@ public:
     // 549 characters, and each piece is judged as a line.
     bool GetMoreInput(unsigned int* address, std::vector<unsigned char>& data, std::string* error);
 
-    // The same with the data in bytes, which needs room for HEX_MAX_DATA_SIZE of them; what lies
-    // behind *count is lost. The fastest way to read.
-    bool GetMoreData(unsigned int* address, unsigned char* bytes, unsigned int* count,
-                     std::string* error);
+    // The same with the data in bytes, and those of several records at once where each continues
+    // the one in front and room, in bytes, holds them all. One record is delivered whole whatever
+    // room says: bytes needs HEX_MAX_DATA_SIZE of it at least. What lies behind *count is lost. The
+    // fastest way to read.
+    bool GetMoreData(unsigned int* address, unsigned char* bytes, unsigned int room,
+                     unsigned int* count, std::string* error);
 
     // Takes in one line that has been validated. Of any other line the fields that cannot be read
     // count as zero, and data end at the first byte that cannot be read.
@@ -45,7 +47,8 @@ private:
 
     void ResetPosition();
     std::string TryFirstLines();
-    bool ReadPlainRecord(unsigned int* address, unsigned char* bytes, unsigned int* count);
+    bool ReadPlainRecords(unsigned int* address, unsigned char* bytes, unsigned int room,
+                          unsigned int* count);
     bool ReadAnyLine(unsigned int* address, std::vector<unsigned char>& data, std::string* error);
     void TakeRecord(unsigned int type, unsigned int loadAddress,
                     std::span<const unsigned char> data, unsigned int* address);

@@ -108,6 +108,24 @@ bool IsDecodedType(unsigned int type) {
     return type < 6 && (1U << type & 0b110101U) != 0;
 }
 
+// Decodes count bytes into out and adds them to sum; VALID in the result as from Pair.
+inline unsigned int DecodeBytes(const char* digits, unsigned int count, unsigned char* out,
+                                unsigned int& sum) {
+    unsigned int valid = VALID;
+    unsigned int i = 0;
+#if defined(__SSE2__)
+    for (; i + GROUP_SIZE <= count; i += GROUP_SIZE)
+        valid &= DecodeGroup(digits + std::size_t{2} * i, out + i, sum);
+#endif
+    for (; i < count; ++i) {
+        const unsigned int value = Pair(digits + std::size_t{2} * i);
+        out[i] = static_cast<unsigned char>(value);
+        valid &= value;
+        sum += value;
+    }
+    return valid;
+}
+
 }  // namespace
 
 bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecord& record,
@@ -127,21 +145,44 @@ bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecor
     if (digitsEnd >= available || !IsDecodedType(record.type))
         return false;
 
-    const char* digits = text + HEAD_SIZE;
-    unsigned int i = 0;
-#if defined(__SSE2__)
-    for (; i + GROUP_SIZE <= record.count; i += GROUP_SIZE, digits += std::size_t{2} * GROUP_SIZE) {
-        valid &= DecodeGroup(digits, out + i, sum);
-    }
-#endif
-    for (; i < record.count; ++i, digits += 2) {
-        const unsigned int value = Pair(digits);
-        out[i] = static_cast<unsigned char>(value);
-        valid &= value;
-        sum += value;
-    }
-    const unsigned int checksum = Pair(digits);
+    valid &= DecodeBytes(text + HEAD_SIZE, record.count, out, sum);
+    const unsigned int checksum = Pair(text + digitsEnd - 2);
     const std::size_t lineEnd = LineEndSize(text + digitsEnd, available - digitsEnd);
     record.textSize = digitsEnd + lineEnd;
     return (valid & checksum & VALID) != 0 && ((sum + checksum) & 0xFF) == 0 && lineEnd != 0;
+}
+
+// The size of each record is known before it is looked at, so the processor need not wait for one
+// record to find the next.
+unsigned int DecodeContinuingHexRecords(const char* text, std::size_t available,
+                                        const PlainHexRecord& first, unsigned int limit,
+                                        unsigned char* out) {
+    const unsigned int count = first.count;
+    if (first.type != 0 || count == 0)
+        return 0;
+    const char* const firstText = text;
+    const std::size_t digitsEnd = HEAD_SIZE + 2 * (std::size_t{count} + 1);
+    unsigned int taken = 0;
+    for (;;) {
+        text += first.textSize;
+        available -= first.textSize;
+        const unsigned int address = first.address + (taken + 1) * count;
+        if (taken == limit || available < first.textSize || address > 0xFFFF ||
+            std::memcmp(text, firstText, 3) != 0 || text[7] != '0' || text[8] != '0') {
+            return taken;
+        }
+        const unsigned int high = Pair(text + 3);
+        const unsigned int low = Pair(text + 5);
+        if (((high & 0xFF) << 8 | (low & 0xFF)) != address)
+            return taken;
+        unsigned int sum = count + high + low;
+        const unsigned int valid = high & low & DecodeBytes(text + HEAD_SIZE, count, out, sum);
+        const unsigned int checksum = Pair(text + digitsEnd - 2);
+        if ((valid & checksum & VALID) == 0 || ((sum + checksum) & 0xFF) != 0 ||
+            LineEndSize(text + digitsEnd, available - digitsEnd) != first.textSize - digitsEnd) {
+            return taken;
+        }
+        out += count;
+        ++taken;
+    }
 }

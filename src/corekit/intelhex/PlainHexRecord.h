@@ -19,3 +19,11 @@ struct PlainHexRecord {
 // is an end record; out may be written all the same.
 bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecord& record,
                           unsigned char* out);
+
+// Decodes the data records behind a data record that text starts with and that has been decoded
+// into first: those that have its size and line end and an address each that continues the one in
+// front, limit at most. Returns their number; their data lie in out one behind the other. Room as
+// for limit records.
+unsigned int DecodeContinuingHexRecords(const char* text, std::size_t available,
+                                        const PlainHexRecord& first, unsigned int limit,
+                                        unsigned char* out);

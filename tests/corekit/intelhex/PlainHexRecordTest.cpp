@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <string>
 #include <vector>
@@ -79,6 +80,58 @@ TEST(PlainHexRecord, LineEnds) {
             EXPECT_FALSE(Decode(text.substr(0, cut) + "\n").ok && cut < text.size());
         }
     }
+}
+
+// What follows a record of 3 bytes at 0x00F0 that ends in a line feed, and how many records of it
+// continue the first.
+TEST(PlainHexRecord, ContinuingRecords) {
+    const std::string next = HexRecord(0, 0xF3, {4, 5, 6});
+    const std::string third = HexRecord(0, 0xF6, {7, 8, 0xAB});
+    std::string lowerCase = third;
+    lowerCase[13] = 'a';
+    std::string carriageReturn = next;
+    carriageReturn.insert(carriageReturn.size() - 1, "\r");
+    std::string damaged = next;
+    damaged[10] = '5';
+    const struct {
+        std::string text;
+        unsigned int limit;
+        unsigned int records;
+    } cases[] = {
+        {next + third, 9, 2},
+        {next + lowerCase, 9, 2},
+        {next + third, 1, 1},
+        {next + third, 0, 0},
+        {next + third.substr(0, third.size() - 1), 9, 1},
+        {next + HexRecord(0, 0xF7, {7, 8, 9}), 9, 1},
+        {next + HexRecord(0, 0xF6, {7, 8}), 9, 1},
+        {next + HexRecord(4, 0xF6, {0, 0, 0}), 9, 1},
+        {carriageReturn, 9, 0},
+        {damaged, 9, 0},
+        {"$\n" + next, 9, 0},
+        {"", 9, 0},
+    };
+    for (const auto& [following, limit, records] : cases) {
+        const std::string whole = HexRecord(0, 0xF0, {1, 2, 3}) + following;
+        const std::vector<char> text(whole.begin(), whole.end());
+        PlainHexRecord first;
+        Bytes out(HEX_MAX_DATA_SIZE);
+        ASSERT_TRUE(DecodePlainHexRecord(text.data(), text.size(), first, out.data()));
+        EXPECT_EQ(DecodeContinuingHexRecords(text.data(), text.size(), first, limit, out.data()),
+                  records)
+            << following;
+        const Bytes expected{4, 5, 6, 7, 8, 0xAB};
+        EXPECT_TRUE(std::equal(out.begin(), out.begin() + 3 * records, expected.begin()));
+    }
+}
+
+// At the top of the 64 KiB that a record can name, the next address is not in front of the last.
+TEST(PlainHexRecord, NoRecordContinuesPastTheTop) {
+    const std::string text = HexRecord(0, 0xFFFE, {1, 2}) + HexRecord(0, 0, {3, 4});
+    PlainHexRecord first;
+    Bytes out(HEX_MAX_DATA_SIZE);
+    ASSERT_TRUE(DecodePlainHexRecord(text.data(), text.size(), first, out.data()));
+    EXPECT_EQ(DecodeContinuingHexRecords(text.data(), text.size(), first, 9, out.data()), 0U);
 }
 
 }  // namespace
