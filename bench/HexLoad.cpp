@@ -24,9 +24,18 @@ std::string Load(CChipImageByteData& image, const char* option, const char* file
     return image.LoadFromHexFile(fileName, true, std::strcmp(option, "-overlap") == 0);
 }
 
+using HexPairs = std::array<std::array<char, 2>, 256>;
+
+constexpr HexPairs g_HexPairs = [] {
+    HexPairs pairs{};
+    for (unsigned int i = 0; i < pairs.size(); ++i)
+        pairs[i] = {"0123456789ABCDEF"[i >> 4], "0123456789ABCDEF"[i & 0xF]};
+    return pairs;
+}();
+
 char* PutHex(char* out, unsigned int value) {
-    for (int shift = 28; shift >= 0; shift -= 4)
-        *out++ = "0123456789ABCDEF"[value >> shift & 0xF];
+    for (int shift = 24; shift >= 0; shift -= 8, out += 2)
+        std::memcpy(out, g_HexPairs[value >> shift & 0xFF].data(), 2);
     return out;
 }
 
