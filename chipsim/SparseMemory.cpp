@@ -63,7 +63,7 @@ std::uint32_t CSparseMemory::Crc(std::uint32_t address, std::uint32_t count) con
         const std::uint32_t piece = std::min(count, PAGE_BYTES - address % PAGE_BYTES);
         Read(address, std::span(block).first(piece));
         running = update_crc(running, block.data(), piece);
-        address += piece;
+        address = WrappingAdd(address, piece);
         count -= piece;
     }
     return final_update_crc(running, nullptr, 0);

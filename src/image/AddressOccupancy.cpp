@@ -43,16 +43,16 @@ bool CAddressOccupancy::TakeInPage(unsigned int address, unsigned int last) {
     // Short ranges lie in one word or two. Both cases take the same steps, so that the wait for one
     // range is no wait for the next.
     constexpr std::uint64_t ALL = ~std::uint64_t{0};
-    const unsigned int first = address % PAGE_SIZE / 64;
-    const unsigned int final = last % PAGE_SIZE / 64;
-    const std::uint64_t from = ALL << address % 64;
+    const unsigned int firstWord = address % PAGE_SIZE / 64;
+    const unsigned int lastWord = last % PAGE_SIZE / 64;
+    const std::uint64_t from = ALL >> address % 64 << address % 64;
     const std::uint64_t to = ALL >> (63 - last % 64);
-    const std::uint64_t firstMask = first == final ? from & to : from;
-    const std::uint64_t finalMask = first == final ? from & to : to;
-    std::uint64_t taken = ((*page)[first] & firstMask) | ((*page)[final] & finalMask);
-    for (unsigned int i = first + 1; i < final; ++i)
+    const std::uint64_t firstMask = firstWord == lastWord ? from & to : from;
+    const std::uint64_t lastMask = firstWord == lastWord ? from & to : to;
+    std::uint64_t taken = ((*page)[firstWord] & firstMask) | ((*page)[lastWord] & lastMask);
+    for (unsigned int i = firstWord + 1; i < lastWord; ++i)
         taken |= std::exchange((*page)[i], ALL);
-    (*page)[first] |= firstMask;
-    (*page)[final] |= finalMask;
+    (*page)[firstWord] |= firstMask;
+    (*page)[lastWord] |= lastMask;
     return taken != 0;
 }

@@ -10,6 +10,7 @@
 #include "support/DamagedHex.h"
 #include "support/TempFile.h"
 #include "util/FormatText.h"
+#include "util/Wrap32.h"
 
 namespace {
 
@@ -98,7 +99,7 @@ TEST(PlainRules, OverlapsAreFoundAsInListOrder) {
         for (unsigned int i = hex.Below(5); i > 0; --i) {
             CByteBuffer range(hex.Below(4) == 0 ? 0 : hex.Below(hex.Below(3000) + 1), 0xEE);
             const unsigned int bases[] = {0, hex.Below(0x20000), 0xFFFE0000 + hex.Below(0x20000),
-                                          0U - range.GetDataByteSize()};
+                                          WrappingSubtract(0, range.GetDataByteSize())};
             range.SetBaseAddress(bases[hex.Below(4)]);
             old.AddRange(range);
         }
