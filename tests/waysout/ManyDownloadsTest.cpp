@@ -21,11 +21,7 @@ namespace {
 constexpr unsigned int ADDRESS = 0x00500000;
 
 // Which then looks for leaks itself.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool MEMORY_IS_KEPT_BY_SANITIZER = true;
-#else
-constexpr bool MEMORY_IS_KEPT_BY_SANITIZER = false;
-#endif
+constexpr bool MEMORY_IS_KEPT_BY_SANITIZER = !std::string_view(HCILOAD_SANITIZE).empty();
 
 bool WantsLongTests() {
     return std::getenv("HCILOAD_LONG_TESTS") != nullptr;
