@@ -52,12 +52,16 @@ CChipDownloader::CChipDownloader(const char* minidriverFile, const char* configF
                       connector) {}
 
 CChipDownloader::~CChipDownloader() {
+    EndDownloadThread();
+    CloseLogFile();
+}
+
+// Whatever the thread uses may go or change only when the thread is done.
+void CChipDownloader::EndDownloadThread() {
     if (m_pDownloadThread != nullptr) {
         m_pDownloadThread->TerminateThread();
-        // Everything below is used by the thread, so nothing goes before the thread is done.
         m_pDownloadThread->WaitUntilDone();
     }
-    CloseLogFile();
 }
 
 std::string CChipDownloader::PrepareForDownload() {
@@ -68,6 +72,8 @@ std::string CChipDownloader::PrepareForDownload() {
         error = VintorDownloadFinalPreparations();
     }
     if (!error.empty()) {
+        // A downloader may be prepared again after a download that has come to its end.
+        m_State = DOWNLOAD_TERMINATED_WITH_ERROR;
         SetError(error.c_str());
         return error;
     }
@@ -136,6 +142,7 @@ void CChipDownloader::LogFileNames(const char* heading, unsigned int count,
 }
 
 std::string CChipDownloader::StartDownload(DownloadProgressCallback callback) {
+    EndDownloadThread();
     m_pfnProgress = callback;
     m_pDownloadThread = std::make_unique<COSExecutionThread>(DownloadingThread, this);
     if (m_pDownloadThread->RunThread() != 0) {
@@ -169,6 +176,8 @@ std::string CChipDownloader::CancelDownload(int timeoutMs) {
         return "Not running!";
     }
     m_bCancelRequested = true;
+    // The first IsRunning after the request says no already, so nothing is waited for and the text
+    // is never seen; both are kept for the day when a state goes on in spite of a request.
     if (timeoutMs > 0) {
         const unsigned int deadline = GetCurrentOSTimeMS() + static_cast<unsigned int>(timeoutMs);
         while (IsRunning() && GetCurrentOSTimeMS() <= deadline) {
@@ -196,6 +205,10 @@ bool CChipDownloader::IsRunning() {
     return false;
 }
 
+bool CChipDownloader::IsCanceled() {
+    return !IsRunning() && m_State == DOWNLOAD_CANCELED;
+}
+
 bool CChipDownloader::LockForAccess() {
     return m_AccessLock.WaitToLock(NO_TIME_LIMIT);
 }
@@ -205,8 +218,14 @@ void CChipDownloader::UnlockAccess() {
 }
 
 void CChipDownloader::SetState(DownloadStates state) {
-    m_State = state;
+    EnterState(state);
     ReportProgress(nullptr);
+}
+
+void CChipDownloader::EnterState(DownloadStates next) {
+    DownloadStates state = m_State;
+    while (!IsFinalState(state) && !m_State.compare_exchange_weak(state, next)) {
+    }
 }
 
 unsigned int CChipDownloader::ReportProgress(const char* text) {
@@ -285,12 +304,12 @@ void CChipDownloader::AddLogText(const char* text) {
 }
 
 void CChipDownloader::SetError(const char* text) {
-    // The text stands before the state says that there is one.
+    // The text and the log line stand before the state says that there is one.
     m_strErrorDescription = text;
-    m_State = DOWNLOAD_TERMINATED_WITH_ERROR;
     if (m_pLogFile != nullptr) {
         WriteLogLine(TimeStamp() + " ERROR: " + text);
     }
+    EnterState(DOWNLOAD_TERMINATED_WITH_ERROR);
     ReportProgress(text);
 }
 

@@ -35,7 +35,11 @@ using DownloadProgressCallback = unsigned int (*)(unsigned int downloadedBytes,
 // read at any time. The access lock makes a poll see figures, state and areas that belong together:
 // the procedures hold it for one step, the poller for one poll, and whoever waits gets it next. The
 // details lock guards the list of status details. What neither lock guards belongs to one thread at
-// a time: to the caller until StartDownload, to the download thread until a final state is read.
+// a time: to the caller until StartDownload, to the download thread until a final state is read. A
+// canceled download may be in the middle of a step, so there the download thread keeps it until the
+// downloader is destroyed.
+//
+// Only PrepareForDownload leaves a final state (completed, error, canceled): the first one stands.
 class CChipDownloader {
 public:
     // The connector is not owned and outlives the downloader.
@@ -51,16 +55,19 @@ public:
 
     virtual std::string PrepareForDownload();
 
-    // callback may be null. Returns once the thread is under way.
+    // callback may be null. Returns once the thread is under way. A download that still runs is
+    // ended first.
     virtual std::string StartDownload(DownloadProgressCallback callback);
 
-    // Asks the download to stop; waits for that at most timeoutMs milliseconds, not at all for 0 or
-    // less.
+    // Asks the download to stop behind the step in hand. It counts as canceled at once, so nothing
+    // is waited for, whatever timeoutMs says; the destructor waits.
     virtual std::string CancelDownload(int timeoutMs);
 
     // Whether the download goes on. The first call after a cancel request turns a running download
     // into a canceled one.
     bool IsRunning();
+    // Whether a cancel request has ended it; asked by the procedures between their steps.
+    bool IsCanceled();
 
     // The waiters are served in the order in which they came.
     bool LockForAccess();
@@ -127,6 +134,8 @@ private:
     };
 
     static unsigned int DownloadingThread(CExecutionThread* thread);
+    void EndDownloadThread();
+    void EnterState(DownloadStates next);  // from any state that is not final
     std::string SendPreloadMessage(const std::string& toSend, const std::string& expectedBack,
                                    const std::string& maxTime);
     void OpenLogFile();

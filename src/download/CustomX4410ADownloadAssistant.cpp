@@ -117,14 +117,15 @@ unsigned int CCustomX4410ADownloadAssistant::ExecuteDownload(CChipDownloader* do
     std::string error = ClearRxFIFO(downloader);
     if (error.empty()) {
         downloader->SetState(DOWNLOAD_READY_TO_DOWNLOAD);
-        // Dropped below like a failed first drain: such a download stays in this state without an
-        // error, on purpose. What a record fails with has been set by whoever sent it.
+        // What goes wrong from here on leaves the download in this state without an error, on
+        // purpose, unless a record failed: that error has been set by whoever sent it. In the same
+        // way a failed first drain leaves it as it was prepared.
         error = downloader->DownloadInfo()->GetDescriptor().CountConfigDataFiles() == 1
                     ? DownloadPatches(downloader)
                     : FormatText("Must have exactly one config file to load in %s mode",
                                  SPECIAL_X4410A_DL_NAME);
     }
-    if (error.empty()) {
+    if (error.empty() && !downloader->IsCanceled()) {
         error = PerformReset(downloader);
     }
     if (error.empty()) {
@@ -147,6 +148,8 @@ std::string CCustomX4410ADownloadAssistant::SendRecords(CChipDownloader* downloa
     const CChipImageByteData& image = downloader->DownloadInfo()->GetChunk(0);
     std::string error = ClearRxFIFO(downloader);
     for (unsigned int i = 0; i < image.CountContiguousRanges() && error.empty(); ++i) {
+        if (downloader->IsCanceled())
+            break;
         const CByteBuffer& record = image.GetByteBuffer(i);
         error = record.GetFlag() != 0 ? SendSignatureRecord(downloader, record)
                                       : SendPatchRecord(downloader, record);

@@ -98,13 +98,16 @@ bool VerifyImages(CChipDownloader* downloader) {
     return files.CountConfigDataFiles() == 0 || VintorVerifyConfigData(downloader);
 }
 
+// Stops without a message where a cancel came in between.
 bool RunPhases(CChipDownloader* downloader, const CPhases& phases) {
     const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
-    return ResetChip(downloader) &&
+    const auto mayGoOn = [downloader] { return !downloader->IsCanceled(); };
+    return ResetChip(downloader) && mayGoOn() &&
            (files.CountMinidriverFiles() != 1 || VintorDownloadMinidriver(downloader)) &&
-           (!phases.m_bErase || EraseChip(downloader)) &&
-           (!phases.m_bWrite || WriteImages(downloader, phases.m_bCheckCRC)) &&
-           (!phases.m_bVerify || VerifyImages(downloader)) && VintorDownloadReset(downloader);
+           mayGoOn() && (!phases.m_bErase || EraseChip(downloader)) && mayGoOn() &&
+           (!phases.m_bWrite || WriteImages(downloader, phases.m_bCheckCRC)) && mayGoOn() &&
+           (!phases.m_bVerify || VerifyImages(downloader)) && mayGoOn() &&
+           VintorDownloadReset(downloader);
 }
 
 }  // namespace

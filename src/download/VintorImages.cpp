@@ -112,7 +112,7 @@ private:
             RecordRange(range);
             m_pDownloader->ClearLoadingBlockInfo();
         }
-        return RangeEnds(range);
+        return !m_pDownloader->IsCanceled() && RangeEnds(range);
     }
 
     bool RunRecord(const CByteBuffer& range, const CRecord& record, unsigned int* offset) {

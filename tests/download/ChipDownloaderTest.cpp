@@ -4,8 +4,10 @@
 
 #include <atomic>
 #include <mutex>
+#include <string_view>
 
 #include "download/HciTrace.h"
+#include "os/OSTime.h"
 #include "support/DownloadSetup.h"
 #include "support/SampleImages.h"
 #include "support/UnaffordableThreads.h"
@@ -314,6 +316,27 @@ TEST(ChipDownloader, AFinalStateIsNotCanceled) {
     }
 }
 
+TEST(ChipDownloader, TheFirstFinalStateStandsUntilTheNextPreparation) {
+    for (const DownloadStates state : {DOWNLOAD_COMPLETED, DOWNLOAD_TERMINATED_WITH_ERROR}) {
+        CDownloadSetup setup(Reserved(false));
+        ASSERT_EQ(setup.Prepare(), "");
+        setup.Downloader().SetState(state);
+        setup.Downloader().SetState(DOWNLOAD_LOADING_CODE);
+        EXPECT_EQ(setup.State(), state);
+        setup.Downloader().SetState(DOWNLOAD_COMPLETED);
+        setup.Downloader().SetError("late");
+        EXPECT_EQ(setup.State(), state);
+        EXPECT_EQ(setup.Prepare(), "");
+        EXPECT_EQ(setup.State(), DOWNLOAD_INITIALIZED);
+    }
+    CDownloadRequest unreadable;
+    unreadable.m_Firmwares = {"no image"};
+    CDownloadSetup setup(unreadable);
+    setup.Downloader().SetState(DOWNLOAD_COMPLETED);
+    EXPECT_NE(setup.Prepare(), "");
+    EXPECT_EQ(setup.State(), DOWNLOAD_TERMINATED_WITH_ERROR);
+}
+
 // The chip takes records for as long as there is someone to send them.
 CDownloadRequest EndlessDownload() {
     CDownloadRequest request;
@@ -337,9 +360,9 @@ TEST(ChipDownloader, CanBeDestroyedInTheMiddleOfADownload) {
 
 // The procedure gives the lock back for microseconds only, so a poller has to be next in line.
 TEST(ChipDownloader, APollerGetsInWithinARecord) {
-#if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the sanitizer takes longer than a record to wake the poller";
-#endif
+    if (std::string_view(HCILOAD_SANITIZE).find("thread") != std::string_view::npos) {
+        GTEST_SKIP() << "the sanitizer takes longer than a record to wake the poller";
+    }
     CDownloadSetup setup(EndlessDownload());
     ASSERT_EQ(setup.Prepare(), "");
     std::atomic<unsigned int> frames = 0;
@@ -361,6 +384,20 @@ TEST(ChipDownloader, APollerGetsInWithinARecord) {
     setup.DestroyDownloader();
     // A busy machine may stop us now and then between seeing a record and asking.
     EXPECT_LE(framesWaitedFor, POLLS / 3);
+}
+
+TEST(ChipDownloader, AStartEndsTheDownloadThatStillRuns) {
+    CDownloadSetup setup(EndlessDownload());
+    ASSERT_EQ(setup.Prepare(), "");
+    ASSERT_EQ(setup.Downloader().StartDownload(nullptr), "");
+    {
+        const CUnaffordableThreads none;
+        EXPECT_NE(setup.Downloader().StartDownload(nullptr), "");
+    }
+    const std::size_t sent = setup.Chip().m_Sent.size();
+    PutThreadToSleep(50);
+    EXPECT_EQ(setup.Chip().m_Sent.size(), sent);
+    EXPECT_EQ(setup.State(), DOWNLOAD_TERMINATED_WITH_ERROR);
 }
 
 TEST(ChipDownloader, StopsARunningDownload) {

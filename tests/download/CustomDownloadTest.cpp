@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -42,18 +43,13 @@ struct CNfcPart {
     bool m_bAnswersPatch = true;
     bool m_bAnswersSignature = true;
     bool m_bAnswersSecure = true;
-    bool m_bNotifiesReset = false;
 
     Bytes Answer(const Bytes& sent) const {
         if (sent == DISABLE_SECURE) {
             return m_bAnswersSecure ? Bytes{0x10, 0x4F, 0x23, 0x01, 0x00} : Bytes{};
         }
         if (sent.size() > 4 && sent[4] == 6) {
-            Bytes reply = m_bAnswersSignature ? SIGNATURE_RESPONSE : Bytes{};
-            if (m_bNotifiesReset) {
-                reply.insert(reply.end(), RESET_NOTIFICATION.begin(), RESET_NOTIFICATION.end());
-            }
-            return reply;
+            return m_bAnswersSignature ? SIGNATURE_RESPONSE : Bytes{};
         }
         return m_bAnswersPatch ? PATCH_RESPONSE : Bytes{};
     }
@@ -225,6 +221,70 @@ TEST_F(CustomDownload, AFailedFirstDrainLeavesNoError) {
     EXPECT_THAT(m_Connector.Transmitted(), IsEmpty());
 }
 
+// Nor does what fails between the records: such a download never ends, either.
+TEST_F(CustomDownload, AFailureBetweenTheRecordsLeavesNoError) {
+    const struct {
+        const char* m_szName;
+        std::function<void()> m_pfnBreak;
+        std::vector<Bytes> m_Sent;
+    } cases[] = {
+        {"a second file",
+         [this] {
+             m_pDownloader->DownloadInfo()->GetDescriptor().AddConfigDataFileName("second.ncd");
+         },
+         {}},
+        {"the drain behind a signature",
+         [this] {
+             m_Connector.SetHandler([this](const Bytes& sent) {
+                 if (sent == SIGNATURE) {
+                     m_Connector.FailReads("RxOverflow");
+                 }
+                 return m_Part.Answer(sent);
+             });
+         },
+         {PATCH, SIGNATURE}},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.m_szName);
+        m_Descriptor = CChipDownloadDescriptor();
+        ASSERT_EQ(Prepare("NFC", NcdFile({PATCH, SIGNATURE, PATCH, SIGNATURE})), "");
+        test.m_pfnBreak();
+        Execute();
+        EXPECT_EQ(State(), DOWNLOAD_READY_TO_DOWNLOAD);
+        EXPECT_STREQ(m_pDownloader->GetErrorDescription(), "");
+        EXPECT_EQ(m_Connector.Transmitted(), test.m_Sent);
+    }
+}
+
+TEST_F(CustomDownload, ACancelStopsBehindTheRecordInHand) {
+    for (const Bytes& last : {PATCH, SIGNATURE}) {
+        m_Descriptor = CChipDownloadDescriptor();
+        const std::size_t before = m_Connector.Transmitted().size();
+        ASSERT_EQ(Prepare("NFC", NcdFile({PATCH, SIGNATURE})), "");
+        m_Connector.SetHandler([&](const Bytes& sent) {
+            if (sent == last) {
+                m_pDownloader->CancelDownload(0);
+            }
+            return m_Part.Answer(sent);
+        });
+        Execute();
+        EXPECT_EQ(State(), DOWNLOAD_CANCELED);
+        EXPECT_EQ(m_Connector.Transmitted().back(), last);
+        EXPECT_EQ(m_Connector.Transmitted().size() - before, last == PATCH ? 1U : 2U);
+    }
+}
+
+// The parameter is stored and the fixed number counts, on purpose.
+TEST_F(CustomDownload, ReplyPollsAreCountedToTwoHundredWhateverTheParameterSays) {
+    m_Rules.SetDownloadParameter("CustomXAChunkedBusTxMaxPayloadSize", "2", true);
+    m_Rules.SetDownloadParameter("CustomXAChunkedRxMaxTries", "3", true);
+    ASSERT_EQ(Prepare("NFC", NcdFile({{0x10, 0x2F, 0x2E, 0x02, 0x06, 0xA1}})), "");
+    m_Connector.SetHandler([](const Bytes&) { return SIGNATURE_RESPONSE; });
+    m_Connector.LimitReads(1);  // the reply needs ten polls
+    Execute();
+    EXPECT_EQ(State(), DOWNLOAD_COMPLETED);
+}
+
 TEST_F(CustomDownload, SecureModeIsLeftOnlyForANumberThatIsZero) {
     const struct {
         const char* m_szValue;
@@ -268,7 +328,6 @@ TEST_F(CustomDownload, ASilentChipInSecureModeIsReportedAndTheRecordsStillGoOut)
 }
 
 TEST_F(CustomDownload, X4410BWaitsForTheResetInsteadOfPausing) {
-    m_Part.m_bNotifiesReset = false;
     m_Rules.SetDownloadParameter("CustomXAChunkedBusTxMaxPayloadSize", "2", true);
     m_Connector.SetHandler(nullptr);
     ASSERT_EQ(Prepare("X4410B", NcdFile({PATCH, SIGNATURE})), "");
@@ -339,7 +398,6 @@ TEST(ChunkedTxRx, CutsARecordIntoSegmentsWithHeadersOfTheirOwn) {
             EXPECT_EQ(Bytes(segment.begin(), segment.begin() + 4), headers[i]);
             EXPECT_EQ(segment.size(), headers[i][3] + 4U);
         }
-        connector.Receive({});
         unsigned char rest[64];
         unsigned int got = 0;
         connector.ReadReceivedBytes(rest, sizeof rest, &got);

@@ -455,28 +455,6 @@ TEST(VintorDownload, AWriteSizeOf256MakesNoProgress) {
     EXPECT_THAT(AreasOf(setup.Downloader()), IsEmpty());
 }
 
-TEST(VintorDownload, ACancelStopsAfterTheRecordInHand) {
-    const char* const lastFrames[] = {"01 4C FC 06 00 01", "01 4C FC 06 00 00 20 00",
-                                      "01 4C FC 06 00 04", "01 4D FC 05 00 00 20 00",
-                                      "01 4D FC 05 00 04"};
-    for (const char* lastFrame : lastFrames) {
-        SCOPED_TRACE(lastFrame);
-        CDownloadRequest request = CodeAndData({{"DLConfigTargeting", "RAM"},
-                                                {"DLMaxWriteSize", "2"},
-                                                {"DLWriteVerifyMode", "write verify"}});
-        request.m_strMinidriver = MINIDRIVER;
-        CDownloadSetup setup(request);
-        setup.Chip().m_pfnFrameSent = [&] {
-            if (setup.Chip().m_Sent.back().starts_with(lastFrame)) {
-                setup.Downloader().CancelDownload(0);
-            }
-        };
-        EXPECT_EQ(PrepareAndRun(setup), DOWNLOAD_CANCELED);
-        EXPECT_EQ(setup.Error(), "");
-        EXPECT_THAT(setup.Chip().m_Sent.back(), testing::StartsWith(lastFrame));
-    }
-}
-
 TEST(VintorDownload, APortThatIsNoUARTGetsNoPacketIndicator) {
     CDownloadSetup setup(CodeAndData({}));
     CFakeChip chip(" PORT=/dev/spi0\n");
