@@ -176,8 +176,8 @@ std::string CChipImageLoadingInformation::LoadMinidriver() {
     const std::string fileName = m_Descriptor.GetMinidriverFile(0);
     CChipImageByteData image("MINIDRIVER", "The minidriver code", fileName.c_str());
     if (!image.LoadFromHexFile(fileName.c_str(), true, false).empty()) {
-        // The minidriver is launched by its own first address; the file's launch record says
-        // nothing about where the download itself starts.
+        // Where the chip is started at the end is none of the minidriver's business. Its chunk
+        // keeps the launch record's address, which the minidriver itself is started at.
         unsigned int launchAddress = 0;
         if (!image.LoadFromHCDFile(fileName.c_str(), &launchAddress, true).empty()) {
             return "Failed to read the minidriver file " + fileName;
@@ -213,12 +213,12 @@ std::string CChipImageLoadingInformation::LoadFirmwareFile(const std::string& fi
 
 std::string CChipImageLoadingInformation::LoadVintorConfig(const char* fileName,
                                                            CChipImageByteData& image) const {
-    const CVintorConfigProcessor processor(GetRules());
+    const CVintorConfigProcessor processor(GetRules(), 0, VINTOR_CONFIG_FORMAT, false, false);
     image.Clear();
     std::string error =
         processor.ProcessDynamicSectionData(fileName, image, DEFAULT_DEFINITIONS_DIRECTORY);
     if (error.empty()) {
-        error = processor.ProcessStaticSectionData(image);
+        error = processor.ProcessStaticSectionData(image, nullptr, nullptr);
     }
     return error;
 }

@@ -20,8 +20,6 @@ public:
         return !IsEmpty() && address == WrappingAdd(m_nStart, m_nSize);
     }
     bool HasRoomFor(unsigned int count) const { return count <= GetRoom(); }
-    unsigned int GetStart() const { return m_nStart; }
-    unsigned int GetSize() const { return m_nSize; }
 
     // Room for what HasRoomFor tells, and for the data of one record in any case.
     unsigned char* GetTail() const { return m_pBlock.get() + m_nSize; }

@@ -6,7 +6,9 @@ std::string CVintorConfigProcessor::ProcessDynamicSectionData(
     return "NOT_IMPLEMENTED_CGS_TO_BINARY_CONVERSION";
 }
 
-std::string CVintorConfigProcessor::ProcessStaticSectionData(CChipImageByteData& /*image*/) const {
+std::string CVintorConfigProcessor::ProcessStaticSectionData(CChipImageByteData& /*image*/,
+                                                             const char* /*labels*/,
+                                                             const char* /*name*/) const {
     return m_pRules == nullptr
                ? "CVintorConfigProcessor::ProcessStaticSectionData : no download parameters."
                : "CVintorConfigProcessor::ProcessStaticSectionData : no encoder for the section.";

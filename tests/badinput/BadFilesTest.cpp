@@ -71,8 +71,7 @@ const BAD_FILE BAD_FILES[] = {
      "Failed to open HCD file *", "Failed to open NCD file *", "NA", "File not found"},
     {"empty", [](const CTempDir& d) { return d.Write("f", ""); }, "Invalid file format: ", "",
      "Failed to read version information from NCD file *", "NA", "Empty string!"},
-    {"directory", [](const CTempDir& d) { return d.Path(); },
-     "Invalid file format: Failed to read intel hex data: Is a directory",
+    {"directory", [](const CTempDir& d) { return d.Path(); }, "Could not open file *",
      "Failed to open HCD file *", "Failed to open NCD file *", "NA", "File not found"},
     // It opens and cannot be read, for root too.
     {"unreadable", [](const CTempDir&) { return std::string("/proc/self/mem"); },

@@ -13,7 +13,7 @@ constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
 
 bool CHexTextSource::Open(const char* name) {
     Close();
-    m_pFile.reset(std::fopen(name, "rt"));
+    m_pFile = OpenFileForReading(name);
     if (!m_pFile)
         return false;
     // Blocks go straight from the file into m_pBlock.

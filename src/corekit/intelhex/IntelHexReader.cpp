@@ -76,7 +76,8 @@ bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, u
         return true;
     std::vector<unsigned char> data;
     const bool more = ReadAnyLine(address, data, error);
-    // A line piece has no room for more digits than this many bytes need.
+    // Two digits name 255 bytes at most; a count that a sign makes larger fits on no line and has
+    // been refused.
     *count = static_cast<unsigned int>(std::min<std::size_t>(data.size(), HEX_MAX_DATA_SIZE));
     std::copy_n(data.begin(), *count, bytes);
     return more;
