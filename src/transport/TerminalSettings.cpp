@@ -27,13 +27,12 @@ termios MakeLineSettings() {
     return settings;
 }
 
-bool ApplyTerminalSettings(int descriptor, const termios& settings) {
+void ApplyTerminalSettings(int descriptor, const termios& settings) {
     for (int tries = 0; tries < 2; ++tries) {
         termios applied{};
         if (tcsetattr(descriptor, TCSANOW, &settings) == 0 &&
             tcgetattr(descriptor, &applied) == 0 && SameSettings(applied, settings)) {
-            return true;
+            return;
         }
     }
-    return false;
 }

@@ -7,5 +7,5 @@
 termios MakeLineSettings();
 
 // Applies the settings at once and reads them back: tcsetattr already succeeds when it could do
-// part of what was asked, so a second try follows. Returns whether all of them took.
-bool ApplyTerminalSettings(int descriptor, const termios& settings);
+// part of what was asked, so a second try follows.
+void ApplyTerminalSettings(int descriptor, const termios& settings);

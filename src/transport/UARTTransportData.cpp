@@ -49,7 +49,8 @@ TransportStatus CUARTTransportData::ReadReceivedBytes(unsigned char* buf, unsign
     CopyFromRing(m_ReceiveRing, read, {buf, count});
     Publish(m_nNumReceivedBytesRead, read + count);
     *got = count;
-    return m_nStatus;
+    // These bytes are whole whatever has happened since; the next call tells.
+    return TRANSPORT_STATUS_OK;
 }
 
 TransportStatus CUARTTransportData::WriteBytesForTransmission(const unsigned char* bytes,

@@ -12,6 +12,7 @@
 #include "os/OSTime.h"
 #include "os/UARTLocks.h"
 #include "support/TestTerminal.h"
+#include "support/UnaffordableThreads.h"
 
 namespace {
 
@@ -120,6 +121,21 @@ TEST(UARTConnector, SecondConnectionToATerminalIsRefused) {
     EXPECT_EQ(terminal.Settings().c_lflag, 0U) << "the first one's line is left alone";
     EXPECT_EQ(first.Disconnect(), "");
     EXPECT_EQ(ConnectTo(second, terminal.Path()), "");
+}
+
+// Whether the reader thread starts is not asked, on purpose: without it nothing ever arrives.
+TEST(UARTConnector, ConnectsWithoutAReaderToo) {
+    CTestTerminal terminal;
+    CUARTConnector connector;
+    {
+        const CUnaffordableThreads none;
+        EXPECT_EQ(ConnectTo(connector, terminal.Path()), "");
+    }
+    unsigned char byte = 0;
+    unsigned int got = 1;
+    EXPECT_EQ(connector.ReadReceivedBytes(&byte, 1, &got), "");
+    EXPECT_EQ(got, 0U);
+    EXPECT_EQ(connector.Disconnect(), "");
 }
 
 TEST(UARTConnector, MovesBytesBothWays) {
