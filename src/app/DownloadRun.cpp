@@ -157,3 +157,7 @@ unsigned int CallbackDownloadProgress(unsigned int downloaded, unsigned int veri
                 CChipDownloader::GetStateName(state).c_str(), text == nullptr ? "" : text);
     return 0;
 }
+
+double SecondsBetween(unsigned int earlierMS, unsigned int laterMS) {
+    return WrappingSubtract(laterMS, earlierMS) / 1000.0;
+}

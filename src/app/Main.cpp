@@ -13,7 +13,6 @@
 #include "transport/SerialConnector.h"
 #include "transport/SerialConnectorFactory.h"
 #include "transport/TerminalRestore.h"
-#include "util/Wrap32.h"
 
 namespace {
 
@@ -69,7 +68,8 @@ void ApplyOverrides(const CRequest& request, CChipImageLoadingInformation* info)
     }
 }
 
-// What the rules name as the download procedure, or null.
+// What the rules name as the download procedure, or null. Outside Vintor mode rules are used for
+// nothing else: it is the only way to the custom procedures.
 const char* CustomDownloadType(const CChipImageLoadingInformation& info) {
     const CDownloadRulesSet* rules = info.GetRules();
     return rules == nullptr ? nullptr : rules->GetDownloadParameter("CustomDownload");
@@ -86,12 +86,6 @@ CChipImageLoadingInformation DescribeDownload(const CRequest& request) {
     }
     ApplyOverrides(request, &info);
     return info;
-}
-
-// Two readings of a clock that starts again every second: a difference whose later reading is the
-// smaller one wraps and prints as a value just below 4294967.296 s. Kept so on purpose.
-double SecondsBetween(unsigned int earlierMS, unsigned int laterMS) {
-    return WrappingSubtract(laterMS, earlierMS) / 1000.0;
 }
 
 void RecordTimes(double total, double net, const char* logFileName) {

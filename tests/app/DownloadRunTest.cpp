@@ -207,4 +207,9 @@ TEST(DownloadRun, WithCallbackTheLinesComeFromTheDownloadThread) {
     }
 }
 
+TEST(DownloadRun, TimesAreDifferencesOfAClockThatStartsAgain) {
+    EXPECT_DOUBLE_EQ(SecondsBetween(100, 900), 0.8);
+    EXPECT_DOUBLE_EQ(SecondsBetween(900, 100), 4294966.496);
+}
+
 }  // namespace
