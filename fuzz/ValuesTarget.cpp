@@ -8,10 +8,7 @@
 namespace {
 
 bool PacksWithoutLoss(const CVariableValue& value) {
-    // Without a name the words behind it move up; reals are rounded, booleans are words.
-    if (value.GetName() != nullptr && *value.GetName() == '\0') {
-        return false;
-    }
+    // Reals are rounded, booleans are words.
     std::string text;
     if (value.IsString()) {
         text = value.GetValueAsString(text, 1000);

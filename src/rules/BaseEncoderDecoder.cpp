@@ -94,7 +94,7 @@ std::string CBaseEncoderDecoder::ConvertFile(const char* source, const char* des
                                              StartOperation start, BytesOperation convert) {
     const CFileHandle input = OpenFileForReading(source);
     if (!input) {
-        // The wording is kept on purpose: scripts look for it.
+        // The wording is kept on purpose, odd as it is: callers may compare it.
         return FormatText("File \"%s\" dest not exists", TextOrEmpty(source));
     }
     std::string error = (this->*start)();
@@ -170,7 +170,7 @@ std::string CBaseEncoderDecoder::DecodeTextLinesFromFile(const char* path,
         }
         return failure;
     });
-    if (!line.empty()) {
+    if (error.empty() && !line.empty()) {
         lines.push_back(line);
     }
     return error;

@@ -17,8 +17,8 @@ public:
     // From "YYYY-MM-DD@HH:MM:SS.mmm"; anything else, a time alone included, gives all zeros.
     explicit CDateTimeHolder(const char* text);
 
-    // Sets the holder from that text; false leaves it as it was. Fields may have fewer digits, and
-    // what follows the last one is not looked at.
+    // Sets the holder from that text; false leaves it as it was. Fields may have fewer digits and
+    // white space in front, and what follows the last one is not looked at.
     bool ScanText(const char* text);
 
     // The full form with a non-zero year, else "HH:MM:SS.mmm".

@@ -27,7 +27,8 @@ public:
     // NAME=value lines in table order, each ended by a line feed.
     std::string StoreTableToString() const;
 
-    // Each of these replaces the contents; a load that fails keeps what it had read so far.
+    // Each of these replaces the contents; a load that fails keeps what it had read so far. A null
+    // or empty text and a file that does not open leave the table as it was.
     std::string LoadFromString(const char* text);
     std::string ParseValuesFromSingleLine(const char* line);
     std::string LoadFromFile(const char* path);

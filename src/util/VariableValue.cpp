@@ -33,16 +33,18 @@ std::string NextWord(std::string_view& text) {
     return word;
 }
 
-// A decimal number at the start of the text, behind white space and a sign. False when there is
-// none or it does not fit.
-bool ScanDecimal(std::string_view text, std::int64_t& number) {
+// Reads the decimal number at the start of the text, behind white space and a sign, and moves
+// behind it. False when there is none or it does not fit.
+bool ScanDecimal(std::string_view& text, std::int64_t& number) {
     while (!text.empty() && IsWhiteSpace(text.front())) {
         text.remove_prefix(1);
     }
     if (text.size() >= 2 && text[0] == '+' && text[1] != '-') {
         text.remove_prefix(1);
     }
-    return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return error == std::errc();
 }
 
 }  // namespace
@@ -67,8 +69,8 @@ void CVariableValue::ClearValue() {
 void CVariableValue::AssignText(const char* text) {
     ClearValue();
     if (text != nullptr) {
-        m_nType = VALUE_STRING;
         m_strText = text;
+        m_nType = VALUE_STRING;
     }
 }
 
@@ -175,9 +177,7 @@ const char* CVariableValue::Description(const char* title, std::string& buffer) 
 const char* CVariableValue::PackIntoString(std::string& buffer) const {
     std::string value;
     const char* const valueText = GetValueAsString(value, PACKED_LIMIT);
-    // An empty name is written as none: an empty word could not be read back.
-    const bool named = m_strName && !m_strName->empty();
-    buffer = FormatText("%d %s %s%s", m_nType, named ? m_strName->c_str() : NO_VALUE_MARK,
+    buffer = FormatText("%d %s %s%s", m_nType, m_strName ? m_strName->c_str() : NO_VALUE_MARK,
                         IsString() ? TEXT_MARK : "", valueText);
     return buffer.c_str();
 }
@@ -186,7 +186,7 @@ bool CVariableValue::UnpackFromString(const char* text) {
     const std::string packed(text == nullptr ? "" : text);
     std::string_view rest(packed);
     std::int64_t type = 0;
-    if (!ScanDecimal(NextWord(rest), type) || type < VALUE_UNDEFINED || type > VALUE_DATE_TIME) {
+    if (!ScanDecimal(rest, type) || type < VALUE_UNDEFINED || type > VALUE_DATE_TIME) {
         return false;
     }
     const std::string name = NextWord(rest);
@@ -231,7 +231,8 @@ bool CVariableValue::ScanValueFromString(const char* text) {
 
 bool CVariableValue::ScanInteger(const char* text) {
     std::int64_t number = 0;
-    const bool found = ScanDecimal(text, number);
+    std::string_view rest(text);
+    const bool found = ScanDecimal(rest, number);
     if (found) {
         StoreInteger(number);
     }

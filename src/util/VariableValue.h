@@ -78,7 +78,7 @@ public:
 
     // Puts the value's text into buffer and returns it; limit is the most characters taken from a
     // string. An undefined value returns "NULMRK" and leaves buffer alone. An integer's text ends
-    // in a line feed.
+    // in a line feed, which is part of the packed form and kept on purpose.
     const char* GetValueAsString(std::string& buffer, unsigned int limit) const;
 
     // For people: title (may be null), name, type and value. Returns the buffer's text.

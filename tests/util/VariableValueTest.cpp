@@ -113,9 +113,9 @@ TEST(VariableValue, PacksIntoText) {
     value.ClearValue();
     EXPECT_EQ(Packed(value), "0 n NULMRK");
     value.AssignName("");
-    EXPECT_EQ(Packed(value), "0 NULMRK NULMRK");
+    EXPECT_EQ(Packed(value), "0  NULMRK");
     value = std::string(300, 'x').c_str();
-    EXPECT_EQ(Packed(value).size(), 30U + 127U);
+    EXPECT_EQ(Packed(value).size(), 24U + 127U);
 }
 
 TEST(VariableValue, ReadsBackWhatItPacked) {
@@ -151,6 +151,7 @@ TEST(VariableValue, UnpacksOddTexts) {
         {"", false, "12 old TEXTDATABEGIN---....kept"},
         {nullptr, false, "12 old TEXTDATABEGIN---....kept"},
         {"  1\tn\n300 more", true, "1 n 44\n"},
+        {"6n 5", true, "6 n 5\n"},
         {"6 bad-name 5", true, "6 NULMRK 5\n"},
         {"6 n five", true, "6 n 0\n"},
         {"6", true, "6 NULMRK 0\n"},
