@@ -274,6 +274,16 @@ TEST_F(CustomDownload, ACancelStopsBehindTheRecordInHand) {
     }
 }
 
+TEST_F(CustomDownload, CopiesOfTheLoadingInformationShareTheAssistant) {
+    ASSERT_EQ(Prepare("NFC", NcdFile({SIGNATURE})), "");
+    const CChipImageLoadingInformation copy(*m_pDownloader->DownloadInfo());
+    CCustomDownloadAssistant* assistant = copy.GetCustomDownloader();
+    EXPECT_EQ(assistant, m_pDownloader->DownloadInfo()->GetCustomDownloader());
+    EXPECT_EQ(assistant->IncRefCount(), 3U);
+    m_pDownloader.reset();
+    EXPECT_EQ(assistant->DecRefCount(), 1U);
+}
+
 // The parameter is stored and the fixed number counts, on purpose.
 TEST_F(CustomDownload, ReplyPollsAreCountedToTwoHundredWhateverTheParameterSays) {
     m_Rules.SetDownloadParameter("CustomXAChunkedBusTxMaxPayloadSize", "2", true);

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "image/ChipImageByteData.h"
 #include "image/ImageText.h"
 #include "support/HexRecord.h"
+#include "support/SampleImages.h"
 #include "support/TempFile.h"
 
 namespace {
@@ -102,6 +104,16 @@ TEST_F(CImageFilesTest, ARunOfMoreThan16MiBIsRefused) {
     text.resize(text.size() - HexRecord(4, 0, {0x11, 0x00}).size() - record(0xFF80, 128).size());
     EXPECT_EQ(LoadHex(text + record(0xFF80, 100) + record(0xFFE4, 15) + record(0xFFF3, 15)),
               "More than 16 MiB of contiguous data at address 0x10FFFFF3");
+}
+
+TEST_F(CImageFilesTest, ALongRunKeepsItsBytesWhenAnotherFollows) {
+    const Bytes bytes = SampleBytes(6 << 20, 7);
+    EXPECT_EQ(LoadHex(IntelHexText({{0x100, bytes}, {0x80000000, {1, 2, 3}}, {0, {4}}})), "");
+    ASSERT_EQ(m_Image.CountContiguousRanges(), 3U);
+    EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), m_Image.GetRangeBytePointer(0)));
+    EXPECT_EQ(m_Image.GetRangeByteSize(0), bytes.size());
+    EXPECT_EQ(m_Image.GetByteValueAtThisAddress(0x80000002), 3);
+    EXPECT_EQ(m_Image.GetByteValueAtThisAddress(0), 4);
 }
 
 // One HCD record: the operation, the address and the data.
