@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "chipsim/HexBytes.h"
+#include "chipsim/ChipReplies.h"
 
 namespace {
 
@@ -11,13 +11,6 @@ CHIP_SETTINGS QuickErase() {
     settings.eraseTimeMs = 100;
     settings.eraseMarkers = 2;
     return settings;
-}
-
-std::string Answers(CChipEngine& engine, const std::string& bytes) {
-    std::string text;
-    for (const CHIP_REPLY& reply : engine.Receive(Bytes(bytes)))
-        text += (text.empty() ? "" : " | ") + ReplyText(reply);
-    return text;
 }
 
 TEST(ChipEngineTest, AnswersEachCommandAsTheChipDoes) {
@@ -71,20 +64,20 @@ TEST(ChipEngineTest, AnswersEachCommandAsTheChipDoes) {
     for (const CASE& c : cases) {
         EXPECT_EQ(Answers(engine, c.sent), c.answer) << c.sent;
         EXPECT_EQ(DescribeChipCommand(engine.Commands().back()), c.trace);
-        EXPECT_EQ(HexText(engine.Commands().back().packet), c.sent);
+        EXPECT_EQ(ToHex(engine.Commands().back().packet), c.sent);
     }
 }
 
 TEST(ChipEngineTest, TheReadAndWrittenBytesSurviveAtTheLargestSizes) {
     CChipEngine engine(QuickErase());
-    std::vector<unsigned char> command = Bytes("01 4C FC FF 00 00 00 00");
-    std::vector<unsigned char> answer = Bytes("04 0E FF 01 4D FC 00");
+    Bytes command = FromHex("01 4C FC FF 00 00 00 00");
+    Bytes answer = FromHex("04 0E FF 01 4D FC 00");
     for (unsigned int i = 0; i < 251; ++i) {
         command.push_back(static_cast<unsigned char>(i ^ 0x5A));
         answer.push_back(static_cast<unsigned char>(i ^ 0x5A));
     }
     EXPECT_EQ(ReplyText(engine.Receive(command).at(0)), "04 0E 04 01 4C FC 00");
-    EXPECT_EQ(Answers(engine, "01 4D FC 05 00 00 00 00 FB"), HexText(answer));
+    EXPECT_EQ(Answers(engine, "01 4D FC 05 00 00 00 00 FB"), ToHex(answer));
 }
 
 TEST(ChipEngineTest, FindsPacketsInPiecesInARowAndBehindNoise) {

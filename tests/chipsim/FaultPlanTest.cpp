@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "chipsim/ChipEngine.h"
-#include "chipsim/HexBytes.h"
+#include "chipsim/ChipReplies.h"
 
 namespace {
 
@@ -13,25 +13,18 @@ constexpr const char* SUM = "01 CC FC 08 00 10 00 00 00 00 00 00";
 constexpr const char* ERASE = "01 CE FF 04 EF EE BE FC";
 
 CHIP_SETTINGS With(const std::vector<std::string>& faults, unsigned int seed = 1) {
-    CHIP_SETTINGS settings;
+    CHIP_SETTINGS settings = WithFaults(faults);
     settings.eraseTimeMs = 40;
     settings.eraseMarkers = 1;
     settings.seed = seed;
-    for (const std::string& text : faults) {
-        FAULT_RULE rule;
-        EXPECT_EQ(ParseFaultRule(text, rule), "");
-        settings.faults.push_back(rule);
-    }
     return settings;
 }
 
 std::string Answers(const CHIP_SETTINGS& settings, const std::vector<std::string>& commands) {
     CChipEngine engine(settings);
     std::string text;
-    for (const std::string& command : commands) {
-        for (const CHIP_REPLY& reply : engine.Receive(Bytes(command)))
-            text += (text.empty() ? "" : " | ") + ReplyText(reply);
-    }
+    for (const std::string& command : commands)
+        text += (text.empty() ? "" : " | ") + Answers(engine, command);
     return text;
 }
 
@@ -102,12 +95,12 @@ TEST(FaultPlanTest, NoiseAndFloodSurroundTheReply) {
     for (const CASE& c : {CASE{"reset:1:noise-before", 4, 0}, CASE{"reset:1:noise-after=9", 0, 9},
                           CASE{"reset:1:flood", 70'000, 0}}) {
         CChipEngine engine(With({c.fault}));
-        const std::vector<CHIP_REPLY> replies = engine.Receive(Bytes(RESET));
-        std::vector<unsigned char> sent = replies.at(0).pieces.at(0).bytes;
+        const std::vector<CHIP_REPLY> replies = engine.Receive(FromHex(RESET));
+        Bytes sent = replies.at(0).pieces.at(0).bytes;
         ASSERT_EQ(sent.size(), c.before + 7 + c.after);
         sent.erase(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(c.before));
         sent.resize(7);
-        EXPECT_EQ(HexText(sent), "04 0E 04 01 03 0C 00");
+        EXPECT_EQ(ToHex(sent), "04 0E 04 01 03 0C 00");
     }
 }
 
@@ -117,7 +110,7 @@ TEST(FaultPlanTest, ChanceFollowsTheSeed) {
         CChipEngine engine(With({"any:10%:drop"}, seed));
         std::string pattern;
         for (const std::string& command : commands)
-            pattern += ReplyText(engine.Receive(Bytes(command)).at(0)).empty() ? 'x' : '.';
+            pattern += ReplyText(engine.Receive(FromHex(command)).at(0)).empty() ? 'x' : '.';
         return pattern;
     };
     const std::string first = drops(1);
@@ -132,7 +125,7 @@ TEST(FaultPlanTest, ChanceFollowsTheSeed) {
 
 TEST(FaultPlanTest, TheCommandIsCarriedOutWhateverBefallsItsReply) {
     CChipEngine engine(With({"write:1:drop", "any:every:status=1"}));
-    engine.Receive(Bytes("01 4C FC 05 00 10 00 00 AA"));
+    engine.Receive(FromHex("01 4C FC 05 00 10 00 00 AA"));
     EXPECT_EQ(engine.Memory().WrittenRegions().size(), 1U);
     EXPECT_EQ(DescribeChipCommand(engine.Commands().at(0)),
               "Write RAM            address 0x00001000  length 1  fault write:1:drop  fault "

@@ -3,30 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "chipsim/ChipEngine.h"
-#include "chipsim/HexBytes.h"
+#include "chipsim/ChipReplies.h"
 
 namespace {
 
 constexpr const char* ACKNOWLEDGED = "10 4F 2E 01 00";
 constexpr const char* SIGNED = "10 4F 2E 01 00 10 6F 2E 01 00";
 constexpr const char* SIGNATURE = "10 2F 2E 02 06 99";
-
-CHIP_SETTINGS With(const std::vector<std::string>& faults) {
-    CHIP_SETTINGS settings;
-    for (const std::string& text : faults) {
-        FAULT_RULE rule;
-        EXPECT_EQ(ParseFaultRule(text, rule), "");
-        settings.faults.push_back(rule);
-    }
-    return settings;
-}
-
-std::string Answers(CChipEngine& engine, const std::string& bytes) {
-    std::string text;
-    for (const CHIP_REPLY& reply : engine.Receive(Bytes(bytes)))
-        text += (text.empty() ? "" : " | ") + ReplyText(reply);
-    return text;
-}
 
 TEST(NciChipTest, AnswersEachPacketAsTheChipDoes) {
     struct CASE {
@@ -68,7 +51,7 @@ TEST(NciChipTest, KeepsTheRecordsAsTheyStandInTheirFile) {
     EXPECT_EQ(Answers(engine, SIGNATURE), SIGNED);
     std::string text;
     for (const CHIP_RECORD& record : engine.Records())
-        text += HexText(record.bytes) + " in " + std::to_string(record.segments) + "\n";
+        text += ToHex(record.bytes) + " in " + std::to_string(record.segments) + "\n";
     EXPECT_EQ(text,
               "10 2F 2E 03 00 01 10 in 1\n"
               "10 2F 2E 03 01 02 03 in 2\n"
@@ -77,11 +60,11 @@ TEST(NciChipTest, KeepsTheRecordsAsTheyStandInTheirFile) {
 
 TEST(NciChipTest, ARecordWithoutEndIsRefusedAndForgotten) {
     CChipEngine engine({});
-    std::vector<unsigned char> segment = Bytes("10 3F 2E FF");
+    Bytes segment = FromHex("10 3F 2E FF");
     segment.resize(4 + 255);
     std::string answer;
     for (int count = 0; count < 1000 && answer.empty(); ++count)
-        answer = Answers(engine, HexText(segment));
+        answer = Answers(engine, ToHex(segment));
     EXPECT_EQ(answer, "10 4F 2E 01 0A");
     EXPECT_TRUE(engine.Records().empty());
     EXPECT_EQ(Answers(engine, SIGNATURE), SIGNED);
@@ -106,11 +89,11 @@ TEST(NciChipTest, AResetNotificationFollowsTheSignature) {
         {{"signature:1:status=3"}, "10 4F 2E 01 03 10 6F 2E 01 00 | +30ms 10 60 00 02 00 01"},
     };
     for (const CASE& c : cases) {
-        CHIP_SETTINGS settings = With(c.faults);
+        CHIP_SETTINGS settings = WithFaults(c.faults);
         settings.sendsResetNtf = true;
         settings.resetNtfDelayMs = 30;
         CChipEngine engine(settings);
-        const std::vector<CHIP_REPLY> replies = engine.Receive(Bytes(SIGNATURE));
+        const std::vector<CHIP_REPLY> replies = engine.Receive(FromHex(SIGNATURE));
         ASSERT_EQ(replies.size(), 2U);
         EXPECT_EQ(ReplyText(replies[0]) + " | " + ReplyText(replies[1]), c.answer);
     }

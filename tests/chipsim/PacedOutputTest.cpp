@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "chipsim/HexBytes.h"
+#include "chipsim/ChipReplies.h"
 #include "chipsim/PacedInput.h"
 
 namespace {
@@ -17,7 +17,7 @@ std::string RunLine(CPacedOutput& output, LineTime now, std::size_t room = 1000)
         char line[64];
         std::snprintf(line, sizeof line, "%.2f:", static_cast<double>(now) / NS_PER_MS);
         text += text.empty() ? line : std::string(" ") + line;
-        text += HexText({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count)});
+        text += ToHex({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count)});
         output.Sent(count, now);
     }
     return text;
@@ -33,8 +33,8 @@ TEST(PacedOutputTest, BytesComeWhenALineOfThatSpeedWouldHaveCarriedThem) {
         std::vector<CHIP_REPLY> replies;
         const char* line;
     };
-    const std::vector<unsigned char> two = Bytes("A1 A2");
-    const std::vector<unsigned char> three = Bytes("B1 B2 B3");
+    const Bytes two = FromHex("A1 A2");
+    const Bytes three = FromHex("B1 B2 B3");
     const CASE cases[] = {
         {0, {Reply({{0, two}}), Reply({{5, three}})}, "0.00:A1 A2 5.00:B1 B2 B3"},
         // 0.5 ms a byte: two go out with each step of a millisecond.
@@ -61,18 +61,18 @@ TEST(PacedOutputTest, BytesComeWhenALineOfThatSpeedWouldHaveCarriedThem) {
 
 TEST(PacedOutputTest, NothingIsLostWhenTheReaderTakesLittleAtATime) {
     CPacedOutput output(0);
-    output.Queue(Reply({{0, Bytes("01 02 03 04 05")}, {1, Bytes("06 07")}}), 0);
+    output.Queue(Reply({{0, FromHex("01 02 03 04 05")}, {1, FromHex("06 07")}}), 0);
     EXPECT_EQ(RunLine(output, 0, 2), "0.00:01 02 0.00:03 04 0.00:05 1.00:06 07");
 }
 
 TEST(PacedInputTest, BytesArriveWhenTheLineHasCarriedThem) {
     CPacedInput input(10000);  // 1 ms a byte
     EXPECT_TRUE(input.WantsBytes(0));
-    input.Accept(Bytes("01 02 03"), 0);
+    input.Accept(FromHex("01 02 03"), 0);
     EXPECT_FALSE(input.WantsBytes(1 * NS_PER_MS));
     EXPECT_EQ(input.NextDue(0), 3 * NS_PER_MS);
     EXPECT_TRUE(input.TakeArrived(3 * NS_PER_MS - 1).empty());
-    EXPECT_EQ(HexText(input.TakeArrived(3 * NS_PER_MS)), "01 02 03");
+    EXPECT_EQ(ToHex(input.TakeArrived(3 * NS_PER_MS)), "01 02 03");
     EXPECT_EQ(input.NextDue(3 * NS_PER_MS), std::nullopt);
     input.PauseUntil(10 * NS_PER_MS);
     EXPECT_FALSE(input.WantsBytes(9 * NS_PER_MS));
@@ -83,7 +83,7 @@ TEST(PacedInputTest, BytesArriveWhenTheLineHasCarriedThem) {
 TEST(PacedOutputTest, APortHangsUpBehindTheBytesOnceTheyCanHaveBeenRead) {
     for (const bool withBytes : {false, true}) {
         CPacedOutput output(0);
-        CHIP_REPLY reply = Reply({{2, withBytes ? Bytes("01 02") : Bytes("")}});
+        CHIP_REPLY reply = Reply({{2, withBytes ? FromHex("01 02") : FromHex("")}});
         reply.hangsUp = true;
         output.Queue(reply, 0);
         EXPECT_FALSE(output.HangUpIsDue(2 * NS_PER_MS - 1));

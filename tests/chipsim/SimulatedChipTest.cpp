@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "chipsim/HexBytes.h"
+#include "support/HexBytes.h"
 
 namespace {
 
@@ -30,14 +30,14 @@ public:
     }
 
     void Send(const std::string& bytes) {
-        const std::vector<unsigned char> packet = Bytes(bytes);
+        const Bytes packet = FromHex(bytes);
         EXPECT_EQ(::write(m_Port.Get(), packet.data(), packet.size()),
                   static_cast<ssize_t>(packet.size()));
     }
 
     // Reads until that many bytes have come; fewer when nothing more comes.
     std::string Receive(std::size_t count) {
-        std::vector<unsigned char> bytes;
+        Bytes bytes;
         pollfd fd = {m_Port.Get(), POLLIN, 0};
         while (bytes.size() < count && ::poll(&fd, 1, LONG_WAIT_MS) == 1) {
             unsigned char buffer[256];
@@ -47,7 +47,7 @@ public:
                 break;
             bytes.insert(bytes.end(), buffer, buffer + got);
         }
-        return HexText(bytes);
+        return ToHex(bytes);
     }
 
 private:
@@ -62,16 +62,16 @@ TEST(SimulatedChipTest, AnswersOverItsTerminalAndKeepsWhatItSaw) {
         host.Send("01 4C FC 06 0A 0D 11 13 0D 0A");  // bytes that a cooked terminal would change
         EXPECT_EQ(host.Receive(7), "04 0E 04 01 4C FC 00");
     }
-    chip.WriteMemory(0x13110D0C, Bytes("7F"));
+    chip.WriteMemory(0x13110D0C, FromHex("7F"));
     CHost again(chip.PortPath());  // the port outlives whoever had it open
     again.Send("01 4D FC 05 0A 0D 11 13 03");
     EXPECT_EQ(again.Receive(10), "04 0E 07 01 4D FC 00 0D 0A 7F");
     ASSERT_TRUE(chip.WaitForCommands(2, LONG_WAIT_MS));
     EXPECT_EQ(chip.Commands()[1].address, 0x13110D0AU);
-    EXPECT_EQ(HexText(chip.ReceivedBytes()),
+    EXPECT_EQ(ToHex(chip.ReceivedBytes()),
               "01 4C FC 06 0A 0D 11 13 0D 0A 01 4D FC 05 0A 0D 11 13 03");
     chip.Stop();
-    EXPECT_EQ(HexText(chip.ReadMemory(0x13110D0A, 4)), "0D 0A 7F FF");
+    EXPECT_EQ(ToHex(chip.ReadMemory(0x13110D0A, 4)), "0D 0A 7F FF");
 }
 
 TEST(SimulatedChipTest, ACutPacketDoesNotSwallowTheNextOne) {
