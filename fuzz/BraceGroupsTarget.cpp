@@ -28,7 +28,7 @@ void CheckGroups(const std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(std::string(data, data + size).c_str());
+    const std::string text = UpToNul({data, data + size});
     CheckGroups(text);
 
     CFuzzInput input(data, size);

@@ -22,6 +22,12 @@
         }                                                                                  \
     } while (false)
 
+// What a reader of texts sees of it.
+inline std::string UpToNul(std::string text) {
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
+}
+
 // Hands out an input piece by piece. Past its end everything is 0 or empty.
 class CFuzzInput {
 public:

@@ -123,6 +123,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(RangesOf(image) == Merged(segments));
     FUZZ_CHECK(image.GetFirstAddressLoaded() == segments.front().address);
     CheckAddresses(image);
-    FUZZ_CHECK(image.LoadFromHexFile(path, false, false) != "");
+    FUZZ_CHECK(!image.LoadFromHexFile(path, false, false).empty());
     return 0;
 }

@@ -93,7 +93,7 @@ void ReadUncheckedLines(const std::string& text) {
     std::size_t start = 0;
     while (start < text.size()) {
         const std::size_t end = std::min(text.find('\n', start), text.size());
-        const std::string line(text.substr(start, end - start).c_str());
+        const std::string line = UpToNul(text.substr(start, end - start));
         start = end + 1;
         std::string error;
         bool skip = false;

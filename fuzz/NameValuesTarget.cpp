@@ -52,7 +52,7 @@ void CheckChanges(CNameValueTable& table, const std::string& name) {
     const unsigned int count = table.Count();
     const std::string added = table.AddValue(name.c_str(), "value");
     FUZZ_CHECK(table.Count() == count + (added.empty() ? 1 : 0));
-    FUZZ_CHECK(table.AddValue(name.c_str(), "other") != "");
+    FUZZ_CHECK(!table.AddValue(name.c_str(), "other").empty());
     if (added.empty()) {
         FUZZ_CHECK(table.RemoveValue(name.c_str()).empty());
         FUZZ_CHECK(table.FindValueFromName(name.c_str()) == nullptr);

@@ -37,7 +37,7 @@ PLAIN_NCD ReadPlain(CFuzzInput input, const std::string& path) {
         ncd.error = "Failed to read version information from NCD file " + path;
     } else if (version[7] == 0) {
         ncd.error = "Patch set count is 0 in NCD file " + path;
-    } else if (input.TakeBytes(version[7] * 8U).size() < version[7] * 8U) {
+    } else if (input.TakeBytes(std::size_t{8} * version[7]).size() < std::size_t{8} * version[7]) {
         ncd.error = "Failed to skip PATCH_DESC array in NCD file " + path;
     }
     while (ncd.error.empty()) {

@@ -40,7 +40,7 @@ std::vector<unsigned char> WholePackets(const std::vector<unsigned char>& delive
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     CFuzzInput input(data, size);
     const unsigned int payloadSize = 1U + input.TakeBelow(255);
-    const std::vector<unsigned char> record = input.TakeBytes(input.TakeByte() * 4U);
+    const std::vector<unsigned char> record = input.TakeBytes(std::size_t{4} * input.TakeByte());
     const std::vector<unsigned char> expected = input.TakeBytes(1U + input.TakeBelow(16));
     if (expected.empty()) {
         return 0;

@@ -53,7 +53,7 @@ void CheckHexColumn(unsigned int value, unsigned char width) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(std::string(data, data + size).c_str());
+    const std::string text = UpToNul({data, data + size});
     CheckInteger(text);
     CheckDateTime(text);
     CheckHexColumn(GetUIntValue(text.c_str()), static_cast<unsigned char>(size));

@@ -44,6 +44,7 @@ inline void CheckAddresses(const CChipImageByteData& image) {
         }
     }
     FUZZ_CHECK(image.GetTotalByteSize() == total);
-    const CChipImageByteData copy(image);
+    CChipImageByteData copy("", "", "");
+    copy = image;
     FUZZ_CHECK(RangesOf(copy) == RangesOf(image));
 }

@@ -54,7 +54,7 @@ void CheckScanned(CVariableValue value, const std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(std::string(data, data + size).c_str());
+    const std::string text = UpToNul({data, data + size});
     CheckPacked(text);
     CheckScanned(CVariableValue(static_cast<std::uint8_t>(1)), text);
     CheckScanned(CVariableValue(static_cast<std::int16_t>(-2)), text);

@@ -32,7 +32,7 @@ private:
         const std::size_t end = lineFeed == std::string::npos ? m_strText.size() : lineFeed + 1;
         const std::size_t length = std::min(end - m_nPosition, limit);
         // Text ends at a NUL, whatever the line holds behind it.
-        m_strLine = m_strText.substr(m_nPosition, length).c_str();
+        m_strLine = UpToNul(m_strText.substr(m_nPosition, length));
         m_nPosition += length;
         return length > 0;
     }
@@ -108,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const char* const path = file.Fill(content);
     CheckLoad(content, path, "");
     if (at != std::string::npos) {
-        CheckLoad(content, path, text.substr(at + 1).c_str());
+        CheckLoad(content, path, UpToNul(text.substr(at + 1)));
     }
     return 0;
 }

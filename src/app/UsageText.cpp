@@ -30,6 +30,7 @@ constexpr const char* EXPLANATIONS[] = {
     "    those specified on the command line.",
     "    In general, command-line arguments will override rule file entries.",
     "",
+    // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one line of the text, too long for ours
     "    For the second variation (-VINTORMODE) no rules are specified and the downloading "
     "proceeds ",
     "    in the same way as in Vintor. In the simplest case, the VNP file is not specified",

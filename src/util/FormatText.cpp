@@ -10,6 +10,7 @@ std::string FormatText(const char* format, ...) {
     va_start(arguments, format);
     va_list again;
     va_copy(again, arguments);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has just set it
     const int length = std::vsnprintf(shortText, sizeof shortText, format, arguments);
     va_end(arguments);
 

@@ -40,7 +40,7 @@ std::string LoadTable(const std::string& path) {
 
 // A file of the given size that occupies next to nothing: the content, then NUL bytes.
 std::string WriteSparse(const CTempDir& folder, std::string_view content, std::int64_t size) {
-    const std::string path = folder.Write("sparse", content);
+    std::string path = folder.Write("sparse", content);
     EXPECT_EQ(::truncate(path.c_str(), size), 0);
     return path;
 }

@@ -84,7 +84,7 @@ TEST(BadProgramInputTest, ABadFileEndsTheDownloadBeforeItBegins) {
     const CTempDir folder;
     const std::pair<std::string, std::string> files[] = {
         {folder.Write("empty", ""), "Invalid file format: "},
-        {folder.Write("binary", std::string("\xFF\x00\x10%n\n", 7)),
+        {folder.Write("binary", std::string("\xFF\x00\x10%n\n", 6)),
          "Invalid file format: Invalid intel hex data format: "},
         {folder.Write("percent", "%s%s%n%n%n%n\n"),
          "Invalid file format: Invalid intel hex data format: ValidateIntelHexLine: Unexpected "

@@ -16,7 +16,6 @@ namespace {
 using Bytes = CFakeConnector::Bytes;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 const Bytes PATCH_RESPONSE = {0x10, 0x4F, 0x2E, 0x01, 0x00};

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <fstream>
 #include <iterator>
@@ -163,9 +164,9 @@ class FaultMatrix : public testing::TestWithParam<FAULT_TARGET> {};
 TEST_P(FaultMatrix, EveryFaultHasItsOutcome) {
     const std::vector<FAULT_KIND> kinds = FaultKindsOf(GetParam());
     std::atomic<std::size_t> next = 0;
-    std::vector<std::jthread> workers;
-    for (int i = 0; i < 7; ++i) {
-        workers.emplace_back([&] {
+    std::array<std::jthread, 7> workers;
+    for (std::jthread& worker : workers) {
+        worker = std::jthread([&] {
             for (std::size_t cell = next++; cell < kinds.size(); cell = next++) {
                 CheckCell(GetParam(), kinds[cell]);
             }

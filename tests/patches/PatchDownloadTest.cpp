@@ -10,7 +10,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 Bytes Record(unsigned char type, unsigned int payloadSize) {
     Bytes record = {0x10, 0x2F, 0x2E, static_cast<unsigned char>(payloadSize + 1), type};

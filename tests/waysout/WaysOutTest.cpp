@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 #include <termios.h>
 
-#include <cstring>
+#include <iterator>
 #include <optional>
+#include <vector>
 
 #include "chipsim/SimulatedChip.h"
 #include "chipsim/TerminalCommand.h"
@@ -16,11 +17,16 @@ namespace {
 constexpr unsigned int ADDRESS = 0x00500000;
 constexpr unsigned int COMMAND_WAIT_MS = 20000;
 
-termios SettingsOf(const std::string& port) {
+// All fields, one behind the other.
+std::vector<unsigned int> SettingsOf(const std::string& port) {
     termios settings{};
     const CFileDescriptor descriptor(::open(port.c_str(), O_RDWR | O_NOCTTY));
     EXPECT_EQ(tcgetattr(descriptor.Get(), &settings), 0);
-    return settings;
+    std::vector<unsigned int> fields = {settings.c_iflag,       settings.c_oflag,
+                                        settings.c_cflag,       settings.c_lflag,
+                                        cfgetispeed(&settings), cfgetospeed(&settings)};
+    fields.insert(fields.end(), std::begin(settings.c_cc), std::end(settings.c_cc));
+    return fields;
 }
 
 // The program against a chip that takes its time, run by a shell line in a folder of its own.
@@ -74,7 +80,7 @@ TEST_F(WaysOut, ASignalEndsTheProgramWithTheTerminalAsItWas) {
         int m_nSignal;
         int m_nStatus;
     } cases[] = {{SIGINT, 130}, {SIGTERM, 143}, {SIGHUP, 129}};
-    const termios before = SettingsOf(m_Chip.PortPath());
+    const std::vector<unsigned int> before = SettingsOf(m_Chip.PortPath());
     std::size_t seen = 0;
     for (const auto& test : cases) {
         SCOPED_TRACE(test.m_nSignal);
@@ -83,8 +89,7 @@ TEST_F(WaysOut, ASignalEndsTheProgramWithTheTerminalAsItWas) {
         ASSERT_TRUE(m_Chip.WaitForCommands(seen, COMMAND_WAIT_MS));
         m_Program->Signal(test.m_nSignal);
         EXPECT_EQ(m_Program->Wait(), test.m_nStatus);
-        const termios after = SettingsOf(m_Chip.PortPath());
-        EXPECT_EQ(std::memcmp(&after, &before, sizeof after), 0);
+        EXPECT_EQ(SettingsOf(m_Chip.PortPath()), before);
         EXPECT_THAT(m_Folder.Read("log.txt"), testing::HasSubstr("About to execute"));
         seen = m_Chip.Commands().size();
     }

@@ -121,7 +121,8 @@ TEST(PlainHexRecord, ContinuingRecords) {
                   records)
             << following;
         const Bytes expected{4, 5, 6, 7, 8, 0xAB};
-        EXPECT_TRUE(std::equal(out.begin(), out.begin() + 3 * records, expected.begin()));
+        out.resize(std::size_t{3} * records);
+        EXPECT_TRUE(std::equal(out.begin(), out.end(), expected.begin()));
     }
 }
 
