@@ -1,6 +1,8 @@
 #include "image/ChipImageLoadingInformation.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "image/VintorConfigProcessor.h"
 #include "transport/CommunicationParameters.h"
@@ -21,6 +23,12 @@ std::string TextOf(const char* text) {
 
 bool NamesAFile(const std::string& fileName) {
     return !fileName.empty() && !EqualIgnoringCase(fileName, "NULL");
+}
+
+// A pipe gives its bytes once: what the reader of one format has taken, that of the next misses.
+bool CanBeReadAgain(const std::string& fileName) {
+    std::error_code error;
+    return !std::filesystem::is_fifo(fileName, error);
 }
 
 bool IsFlagSet(const CDownloadRulesSet& rules, const char* name) {
@@ -179,7 +187,8 @@ std::string CChipImageLoadingInformation::LoadMinidriver() {
         // Where the chip is started at the end is none of the minidriver's business. Its chunk
         // keeps the launch record's address, which the minidriver itself is started at.
         unsigned int launchAddress = 0;
-        if (!image.LoadFromHCDFile(fileName.c_str(), &launchAddress, true).empty()) {
+        if (!CanBeReadAgain(fileName) ||
+            !image.LoadFromHCDFile(fileName.c_str(), &launchAddress, true).empty()) {
             return "Failed to read the minidriver file " + fileName;
         }
     }
@@ -190,11 +199,11 @@ std::string CChipImageLoadingInformation::LoadMinidriver() {
 std::string CChipImageLoadingInformation::LoadConfigFile(const std::string& fileName) {
     CChipImageByteData image("CONFIG", "Configuration data", fileName.c_str());
     std::string error = image.LoadFromHexFile(fileName.c_str(), true, false);
-    if (!error.empty()) {
+    if (!error.empty() && CanBeReadAgain(fileName)) {
         error = image.LoadFromHCDFile(fileName.c_str(), &m_nLaunchAddress, true);
-    }
-    if (!error.empty()) {
-        error = LoadVintorConfig(fileName.c_str(), image);
+        if (!error.empty()) {
+            error = LoadVintorConfig(fileName.c_str(), image);
+        }
     }
     if (error.empty()) {
         AddChunk(std::move(image));

@@ -1,6 +1,7 @@
 #include "image/ChipImageLoadingInformation.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "support/SampleImages.h"
 #include "support/TempDir.h"
@@ -131,6 +132,42 @@ TEST(ChipImageLoadingInformation, StopsAtTheFirstFileThatCannotBeLoaded) {
         EXPECT_EQ(info.PrepareToLoad(nullptr), c.m_strError);
         EXPECT_EQ(info.CountChunks(), c.m_nChunksLeft);
     }
+}
+
+// The name of a pipe that holds the text and then ends.
+class CFilledPipe {
+public:
+    explicit CFilledPipe(const std::string& text) {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(::pipe(ends), 0);
+        m_nReader = ends[0];
+        EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        ::close(ends[1]);
+    }
+    CFilledPipe(const CFilledPipe&) = delete;
+    CFilledPipe& operator=(const CFilledPipe&) = delete;
+    ~CFilledPipe() { ::close(m_nReader); }
+
+    std::string Name() const { return "/proc/self/fd/" + std::to_string(m_nReader); }
+
+private:
+    int m_nReader = -1;
+};
+
+// Tried as HCD too, a pipe would be found empty, which an HCD file may be.
+TEST(ChipImageLoadingInformation, APipeIsReadOnce) {
+    const CFilledPipe hex(IntelHexText({{0x500, {8}}}));
+    const CFilledPipe hcd(HcdFile({{0x400, {5, 6}}}, 0));
+    const CFilledPipe minidriver(HcdFile({{0x400, {5, 6}}}, 0));
+    CChipDownloadDescriptor descriptor;
+    descriptor.AddConfigDataFileName(hex.Name());
+    EXPECT_EQ(VintorModeInfo(descriptor).PrepareToLoad(nullptr), "");
+    descriptor.AddConfigDataFileName(hcd.Name());
+    EXPECT_THAT(VintorModeInfo(descriptor).PrepareToLoad(nullptr),
+                testing::StartsWith("Invalid file format: "));
+    descriptor.AddMinidriverFileName(minidriver.Name());
+    EXPECT_EQ(VintorModeInfo(descriptor).PrepareToLoad(nullptr),
+              "Failed to read the minidriver file " + minidriver.Name());
 }
 
 TEST(ChipImageLoadingInformation, AnEmptyLoadIsFineWhereItIsAllowed) {
