@@ -15,7 +15,13 @@ function(hciload_folder name)
 endfunction()
 
 # One test program for each folder; its cases are registered with ctest one by one.
+# A test file that no list names would pass for ever.
 function(hciload_test name)
+    file(GLOB forgotten RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *Test.cpp)
+    list(REMOVE_ITEM forgotten ${ARGN})
+    if(forgotten)
+        message(FATAL_ERROR "${name} does not list ${forgotten}")
+    endif()
     add_executable(${name} ${ARGN})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_compile_definitions(${name} PRIVATE HCILOAD_SANITIZE="${HCILOAD_SANITIZE}")
