@@ -1,6 +1,36 @@
 #include "util/DateTimeHolder.h"
 
 #include <cstdio>
+#include <iterator>
+
+#include "util/TextLines.h"
+
+namespace {
+
+// Reads at most width decimal digits behind white space and moves behind them. False when there is
+// none. A sign is no digit: a time that it changes could not be written again.
+bool ScanField(const char*& cursor, int width, std::uint16_t& field) {
+    while (IsWhiteSpace(*cursor)) {
+        ++cursor;
+    }
+    const char* const start = cursor;
+    field = 0;
+    while (cursor - start < width && *cursor >= '0' && *cursor <= '9') {
+        field = static_cast<std::uint16_t>(field * 10 + (*cursor - '0'));
+        ++cursor;
+    }
+    return cursor != start;
+}
+
+struct FIELD_FORM {
+    int width;
+    char separator;  // what stands in front of the field
+};
+
+constexpr FIELD_FORM FIELD_FORMS[] = {{4, '\0'}, {2, '-'}, {2, '-'}, {2, '@'},
+                                      {2, ':'},  {2, ':'}, {3, '.'}};
+
+}  // namespace
 
 CDateTimeHolder::CDateTimeHolder(const dth& time) : m_Time(time) {}
 
@@ -22,24 +52,23 @@ bool CDateTimeHolder::ScanText(const char* text) {
     if (text == nullptr) {
         return false;
     }
-    int year = 0;
-    int month = 0;
-    int day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    int milliseconds = 0;
-    if (std::sscanf(text, "%4d-%2d-%2d@%2d:%2d:%2d.%3d", &year, &month, &day, &hour, &minute,
-                    &second, &milliseconds) != 7) {
-        return false;
+    std::uint16_t fields[std::size(FIELD_FORMS)] = {};
+    const char* cursor = text;
+    for (std::size_t i = 0; i < std::size(FIELD_FORMS); ++i) {
+        if (i > 0 && *cursor++ != FIELD_FORMS[i].separator) {
+            return false;
+        }
+        if (!ScanField(cursor, FIELD_FORMS[i].width, fields[i])) {
+            return false;
+        }
     }
-    m_Time.year = static_cast<std::uint16_t>(year);
-    m_Time.month = static_cast<std::uint8_t>(month);
-    m_Time.day = static_cast<std::uint8_t>(day);
-    m_Time.hour = static_cast<std::uint8_t>(hour);
-    m_Time.minute = static_cast<std::uint8_t>(minute);
-    m_Time.second = static_cast<std::uint8_t>(second);
-    m_Time.milliseconds = static_cast<std::uint16_t>(milliseconds);
+    m_Time.year = fields[0];
+    m_Time.month = static_cast<std::uint8_t>(fields[1]);
+    m_Time.day = static_cast<std::uint8_t>(fields[2]);
+    m_Time.hour = static_cast<std::uint8_t>(fields[3]);
+    m_Time.minute = static_cast<std::uint8_t>(fields[4]);
+    m_Time.second = static_cast<std::uint8_t>(fields[5]);
+    m_Time.milliseconds = fields[6];
     return true;
 }
 
