@@ -147,9 +147,8 @@ std::string CCustomX4410ADownloadAssistant::DownloadPatches(CChipDownloader* dow
 std::string CCustomX4410ADownloadAssistant::SendRecords(CChipDownloader* downloader) {
     const CChipImageByteData& image = downloader->DownloadInfo()->GetChunk(0);
     std::string error = ClearRxFIFO(downloader);
-    for (unsigned int i = 0; i < image.CountContiguousRanges() && error.empty(); ++i) {
-        if (downloader->IsCanceled())
-            break;
+    const unsigned int count = image.CountContiguousRanges();
+    for (unsigned int i = 0; i < count && error.empty() && !downloader->IsCanceled(); ++i) {
         const CByteBuffer& record = image.GetByteBuffer(i);
         error = record.GetFlag() != 0 ? SendSignatureRecord(downloader, record)
                                       : SendPatchRecord(downloader, record);
