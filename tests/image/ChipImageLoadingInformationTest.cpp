@@ -156,17 +156,25 @@ private:
 
 // Tried as HCD too, a pipe would be found empty, which an HCD file may be.
 TEST(ChipImageLoadingInformation, APipeIsReadOnce) {
+    const std::string hcdText = HcdFile({{0x400, {5, 6}}}, 0);
     const CFilledPipe hex(IntelHexText({{0x500, {8}}}));
-    const CFilledPipe hcd(HcdFile({{0x400, {5, 6}}}, 0));
-    const CFilledPipe minidriver(HcdFile({{0x400, {5, 6}}}, 0));
-    CChipDownloadDescriptor descriptor;
-    descriptor.AddConfigDataFileName(hex.Name());
-    EXPECT_EQ(VintorModeInfo(descriptor).PrepareToLoad(nullptr), "");
-    descriptor.AddConfigDataFileName(hcd.Name());
-    EXPECT_THAT(VintorModeInfo(descriptor).PrepareToLoad(nullptr),
-                testing::StartsWith("Invalid file format: "));
-    descriptor.AddMinidriverFileName(minidriver.Name());
-    EXPECT_EQ(VintorModeInfo(descriptor).PrepareToLoad(nullptr),
+    CChipDownloadDescriptor good;
+    good.AddConfigDataFileName(hex.Name());
+    CChipImageLoadingInformation loaded = VintorModeInfo(good);
+    EXPECT_EQ(loaded.PrepareToLoad(nullptr), "");
+    EXPECT_EQ(loaded.GetChunk(0).GetByteValueAtThisAddress(0x500), 8);
+
+    const CFilledPipe config(hcdText);
+    CChipDownloadDescriptor asConfig;
+    asConfig.AddConfigDataFileName(config.Name());
+    EXPECT_THAT(VintorModeInfo(asConfig).PrepareToLoad(nullptr),
+                testing::StartsWith("Invalid file format: Invalid intel hex data format: "));
+
+    const CFilledPipe minidriver(hcdText);
+    CChipDownloadDescriptor asMinidriver;
+    asMinidriver.AddConfigDataFileName("not reached");
+    asMinidriver.AddMinidriverFileName(minidriver.Name());
+    EXPECT_EQ(VintorModeInfo(asMinidriver).PrepareToLoad(nullptr),
               "Failed to read the minidriver file " + minidriver.Name());
 }
 
