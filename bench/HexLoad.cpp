@@ -28,14 +28,16 @@ using HexPairs = std::array<std::array<char, 2>, 256>;
 
 constexpr HexPairs g_HexPairs = [] {
     HexPairs pairs{};
-    for (unsigned int i = 0; i < pairs.size(); ++i)
+    for (unsigned int i = 0; i < pairs.size(); ++i) {
         pairs[i] = {"0123456789ABCDEF"[i >> 4], "0123456789ABCDEF"[i & 0xF]};
+    }
     return pairs;
 }();
 
 char* PutHex(char* out, unsigned int value) {
-    for (int shift = 24; shift >= 0; shift -= 8, out += 2)
+    for (int shift = 24; shift >= 0; shift -= 8, out += 2) {
         std::memcpy(out, g_HexPairs[value >> shift & 0xFF].data(), 2);
+    }
     return out;
 }
 
@@ -68,8 +70,9 @@ int main(int argc, char** argv) {
     CChipImageByteData image("FIRMWARE", "", argv[argc - 1]);
     const std::string error = Load(image, argc == 3 ? argv[1] : "", argv[argc - 1]);
     PrintRanges(image);
-    if (error.empty())
+    if (error.empty()) {
         return 0;
+    }
     std::fprintf(stderr, "%s\n", error.c_str());
     return 1;
 }

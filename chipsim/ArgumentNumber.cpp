@@ -11,8 +11,9 @@ bool ReadArgumentNumber(std::string_view text, unsigned int most, unsigned int& 
     unsigned int number = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number, base);
-    if (error != std::errc() || stop != end || number > most)
+    if (error != std::errc() || stop != end || number > most) {
         return false;
+    }
     value = number;
     return true;
 }

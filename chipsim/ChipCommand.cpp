@@ -35,8 +35,9 @@ const char* ChipCommandKindWord(ChipCommandKinds kind) {
 
 std::optional<ChipCommandKinds> FindChipCommandKind(std::string_view word) {
     for (unsigned int i = 0; i < NAMES.size(); ++i) {
-        if (word == NAMES[i].word)
+        if (word == NAMES[i].word) {
             return static_cast<ChipCommandKinds>(i);
+        }
     }
     return std::nullopt;
 }
@@ -65,7 +66,8 @@ std::string DescribeChipCommand(const CHIP_COMMAND& command) {
         std::snprintf(line, sizeof line, "  status 0x%02X", command.status);
         text += line;
     }
-    for (const std::string& fault : command.faults)
+    for (const std::string& fault : command.faults) {
         text += "  fault " + fault;
+    }
     return text;
 }

@@ -115,8 +115,9 @@ constexpr OPTION OPTIONS[] = {
 
 const OPTION* FindOption(std::string_view name) {
     for (const OPTION& option : OPTIONS) {
-        if (name == option.name)
+        if (name == option.name) {
             return &option;
+        }
     }
     return nullptr;
 }
@@ -128,12 +129,14 @@ std::string TakeOption(const std::vector<std::string>& words, std::size_t& next,
     const std::size_t equals = word.find('=');
     const std::string name = word.substr(0, equals);
     const OPTION* option = FindOption(name);
-    if (option == nullptr)
+    if (option == nullptr) {
         return "unknown option '" + name + "'";
+    }
     std::string value;
     if (option->wants == nullptr) {
-        if (equals != std::string::npos)
+        if (equals != std::string::npos) {
             return "option '" + name + "' takes no value";
+        }
     } else if (equals != std::string::npos) {
         value = word.substr(equals + 1);
     } else if (next < words.size()) {
@@ -142,16 +145,19 @@ std::string TakeOption(const std::vector<std::string>& words, std::size_t& next,
         return "option '" + name + "' needs " + option->wants;
     }
     std::string error;
-    if (!option->set(arguments, value, error) && error.empty())
+    if (!option->set(arguments, value, error) && error.empty()) {
         return "option '" + name + "' needs " + option->wants + ", not '" + value + "'";
+    }
     return error;
 }
 
 std::string CheckTogether(const ARGUMENTS& arguments) {
-    if (arguments.linkPath.empty() && arguments.command.empty())
+    if (arguments.linkPath.empty() && arguments.command.empty()) {
         return "no command to run, and no --link to serve (see chipsim --help)";
-    if (!arguments.linkPath.empty() && !arguments.command.empty())
+    }
+    if (!arguments.linkPath.empty() && !arguments.command.empty()) {
         return "--link and a command exclude each other";
+    }
     return {};
 }
 
@@ -165,8 +171,9 @@ std::string ParseChipsimArguments(const std::vector<std::string>& words, ARGUMEN
             break;
         }
         std::string error = TakeOption(words, next, arguments);
-        if (!error.empty() || arguments.showHelp || arguments.showVersion)
+        if (!error.empty() || arguments.showHelp || arguments.showVersion) {
             return error;
+        }
     }
     arguments.command.assign(words.begin() + static_cast<std::ptrdiff_t>(next), words.end());
     return CheckTogether(arguments);

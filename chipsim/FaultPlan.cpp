@@ -22,8 +22,9 @@ bool IsNci(const CHIP_COMMAND& command) {
 }
 
 void Invert(BYTES& bytes, std::size_t at, unsigned int mask) {
-    if (at < bytes.size())
+    if (at < bytes.size()) {
         bytes[at] = static_cast<unsigned char>(bytes[at] ^ mask);
+    }
 }
 
 void PutBefore(CHIP_REPLY& reply, const BYTES& bytes) {
@@ -58,30 +59,36 @@ void KeepFirstBytes(CHIP_REPLY& reply, std::size_t count) {
 }  // namespace
 
 CFaultPlan::CFaultPlan(std::vector<FAULT_RULE> rules, unsigned int seed) : m_Random(seed) {
-    for (FAULT_RULE& rule : rules)
+    for (FAULT_RULE& rule : rules) {
         m_Rules.push_back({std::move(rule)});
+    }
 }
 
 void CFaultPlan::Apply(CHIP_COMMAND& command, CHIP_REPLY& reply) {
     for (COUNTED_RULE& counted : m_Rules) {
-        if (!Strikes(counted, command.kind))
+        if (!Strikes(counted, command.kind)) {
             continue;
+        }
         command.faults.push_back(counted.rule.text);
-        if (!reply.pieces.empty() || counted.rule.fault == FAULT_SLOW)
+        if (!reply.pieces.empty() || counted.rule.fault == FAULT_SLOW) {
             Spoil(counted.rule, command, reply);
+        }
     }
-    if (m_bSilent)
+    if (m_bSilent) {
         reply.pieces.clear();
+    }
 }
 
 bool CFaultPlan::Strikes(COUNTED_RULE& counted, ChipCommandKinds kind) {
     const FAULT_RULE& rule = counted.rule;
     // "any" is any command, and the notification is none.
-    if (rule.kind ? *rule.kind != kind : kind == CHIP_RESET_NTF)
+    if (rule.kind ? *rule.kind != kind : kind == CHIP_RESET_NTF) {
         return false;
+    }
     ++counted.seen;
-    if (rule.chance)
+    if (rule.chance) {
         return m_Random() % MILLION < *rule.chance;
+    }
     return counted.seen >= rule.first && counted.seen <= rule.last;
 }
 
@@ -104,8 +111,9 @@ void CFaultPlan::Spoil(const FAULT_RULE& rule, const CHIP_COMMAND& command, CHIP
             reply.pieces.push_back({0, reply.pieces.back().bytes});
             return;
         case FAULT_EVENT:
-            for (unsigned int i = 0; i < value; ++i)
+            for (unsigned int i = 0; i < value; ++i) {
                 PutBefore(reply, IsNci(command) ? NCI_NOTIFICATION : HCI_EVENT);
+            }
             return;
         case FAULT_NOISE_BEFORE:
         case FAULT_FLOOD:
@@ -139,19 +147,22 @@ void CFaultPlan::ChangeBytes(const FAULT_RULE& rule, const CHIP_COMMAND& command
             }
             return;
         case FAULT_STATUS:
-            if (statusAt < bytes.size())
+            if (statusAt < bytes.size()) {
                 bytes[statusAt] = static_cast<unsigned char>(value);
+            }
             return;
         case FAULT_CUT:
             bytes.resize(std::min<std::size_t>(bytes.size(), isGiven ? value : bytes.size() / 2));
             return;
         case FAULT_BADDATA:
-            if (command.kind == CHIP_READ && bytes.size() > RETURN_PARAMETERS)
+            if (command.kind == CHIP_READ && bytes.size() > RETURN_PARAMETERS) {
                 Invert(bytes, std::min(RETURN_PARAMETERS + value, bytes.size() - 1), 0xFF);
+            }
             return;
         case FAULT_BADCRC:
-            if (command.kind == CHIP_CRC)
+            if (command.kind == CHIP_CRC) {
                 Invert(bytes, RETURN_PARAMETERS, 0x01);
+            }
             return;
         default:
             return;

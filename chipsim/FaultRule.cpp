@@ -71,8 +71,9 @@ bool ParseChance(std::string_view text, FAULT_RULE& rule) {
     double percent = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, percent, std::chars_format::fixed);
-    if (error != std::errc() || stop != end || !(percent >= 0 && percent <= 100))
+    if (error != std::errc() || stop != end || !(percent >= 0 && percent <= 100)) {
         return false;
+    }
     rule.chance = static_cast<unsigned int>(std::lround(percent * 10'000));
     return true;
 }
@@ -82,31 +83,38 @@ bool ParseCount(std::string_view text, unsigned int& count) {
 }
 
 bool ParseWhen(std::string_view text, FAULT_RULE& rule) {
-    if (text == "every")
+    if (text == "every") {
         return true;
-    if (text.ends_with('%'))
+    }
+    if (text.ends_with('%')) {
         return ParseChance(text.substr(0, text.size() - 1), rule);
-    if (text.ends_with('+'))
+    }
+    if (text.ends_with('+')) {
         return ParseCount(text.substr(0, text.size() - 1), rule.first);
+    }
     const bool isRange = text.find('-') != std::string_view::npos;
-    if (!ParseCount(TakeUpTo(text, '-'), rule.first))
+    if (!ParseCount(TakeUpTo(text, '-'), rule.first)) {
         return false;
+    }
     rule.last = rule.first;
     return !isRange || (ParseCount(text, rule.last) && rule.last >= rule.first);
 }
 
 std::string ParseValues(std::string_view text, const FAULT_WORD& word, FAULT_RULE& rule) {
     unsigned int count = 0;
-    for (unsigned int i = 0; i < word.mostValues; ++i)
+    for (unsigned int i = 0; i < word.mostValues; ++i) {
         rule.values[i] = word.values[i].preset;
+    }
     while (!text.empty()) {
-        if (count == word.mostValues)
+        if (count == word.mostValues) {
             return Quoted(word.word) + " takes fewer values";
+        }
         const std::string_view part = TakeUpTo(text, ',');
         const FAULT_VALUE& range = word.values[count];
         if (!ReadArgumentNumber(part, range.most, rule.values[count]) ||
-            rule.values[count] < range.least)
+            rule.values[count] < range.least) {
             return Quoted(part) + " is no value for " + Quoted(word.word);
+        }
         ++count;
     }
     return count < word.fewestValues ? Quoted(word.word) + " needs a value" : "";
@@ -126,10 +134,12 @@ std::string ParseFault(std::string_view text, FAULT_RULE& rule) {
 std::string ParseParts(std::string_view text, FAULT_RULE& rule) {
     const std::string_view kind = TakeUpTo(text, ':');
     const std::string_view when = TakeUpTo(text, ':');
-    if (!ParseKind(kind, rule))
+    if (!ParseKind(kind, rule)) {
         return "no such command " + Quoted(kind);
-    if (!ParseWhen(when, rule))
+    }
+    if (!ParseWhen(when, rule)) {
         return Quoted(when) + " is not N, N-M, N+, N% or every";
+    }
     return ParseFault(text, rule);
 }
 
@@ -149,19 +159,22 @@ std::string ParseFaultRule(const std::string& text, FAULT_RULE& rule) {
 
 std::string ReadFaultFile(const std::string& path, std::vector<FAULT_RULE>& rules) {
     std::ifstream file(path);
-    if (!file)
+    if (!file) {
         return "cannot read " + path;
+    }
     unsigned int number = 0;
     for (std::string line; std::getline(file, line);) {
         ++number;
         const std::size_t start = line.find_first_not_of(" \t\r");
-        if (start == std::string::npos || line[start] == '#')
+        if (start == std::string::npos || line[start] == '#') {
             continue;
+        }
         FAULT_RULE rule;
         const std::size_t end = line.find_last_not_of(" \t\r");
         const std::string error = ParseFaultRule(line.substr(start, end - start + 1), rule);
-        if (!error.empty())
+        if (!error.empty()) {
             return std::string(path).append(":").append(std::to_string(number)) + ": " + error;
+        }
         rules.push_back(std::move(rule));
     }
     return file.bad() ? "cannot read " + path : std::string();

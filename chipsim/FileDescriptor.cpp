@@ -17,6 +17,7 @@ CFileDescriptor& CFileDescriptor::operator=(CFileDescriptor&& other) noexcept {
 
 void CFileDescriptor::Close() {
     // Not repeated on EINTR: Linux has freed the number by then and may have given it away.
-    if (m_nFd >= 0)
+    if (m_nFd >= 0) {
         ::close(std::exchange(m_nFd, -1));
+    }
 }

@@ -93,8 +93,9 @@ unsigned char CHciChip::WriteRam(PARAMETERS parameters, CHIP_COMMAND& command) {
 unsigned char CHciChip::ReadRam(PARAMETERS parameters, CHIP_COMMAND& command) {
     command.address = CopyLittleEndianBufferToUint32(parameters.data());
     command.length = parameters[ADDRESS_SIZE];
-    if (command.length > LONGEST_READ)
+    if (command.length > LONGEST_READ) {
         return STATUS_INVALID_PARAMETERS;
+    }
     m_ReturnParameters.resize(command.length);
     m_Memory.Read(command.address, m_ReturnParameters);
     return STATUS_SUCCESS;
@@ -109,8 +110,9 @@ unsigned char CHciChip::LaunchRam(PARAMETERS parameters, CHIP_COMMAND& command) 
 unsigned char CHciChip::SumUp(PARAMETERS parameters, CHIP_COMMAND& command) {
     command.address = CopyLittleEndianBufferToUint32(parameters.data());
     command.length = CopyLittleEndianBufferToUint32(&parameters[ADDRESS_SIZE]);
-    if (command.length > LONGEST_SUM)
+    if (command.length > LONGEST_SUM) {
         return STATUS_INVALID_PARAMETERS;
+    }
     m_ReturnParameters.resize(4);
     CopyUint32ToLittleEndianBuffer(m_Memory.Crc(command.address, command.length),
                                    m_ReturnParameters.data());
@@ -119,12 +121,14 @@ unsigned char CHciChip::SumUp(PARAMETERS parameters, CHIP_COMMAND& command) {
 
 unsigned char CHciChip::EraseChip(PARAMETERS parameters, CHIP_COMMAND&) {
     if (!std::ranges::equal(parameters, ERASE_FLASH) &&
-        !std::ranges::equal(parameters, ERASE_EEPROM))
+        !std::ranges::equal(parameters, ERASE_EEPROM)) {
         return STATUS_INVALID_PARAMETERS;
+    }
     m_Memory.EraseAllBut(m_Settings.ramFirst, m_Settings.ramLast);
     const unsigned int step = m_Settings.eraseTimeMs / (m_Settings.eraseMarkers + 1);
-    for (unsigned int i = 0; i < m_Settings.eraseMarkers; ++i)
+    for (unsigned int i = 0; i < m_Settings.eraseMarkers; ++i) {
         m_EventsBefore.push_back({step, {EVENT_INDICATOR, VENDOR_EVENT, 0x01, ERASE_PROGRESS}});
+    }
     m_nCompleteDelayMs = m_Settings.eraseTimeMs - step * m_Settings.eraseMarkers;
     return STATUS_SUCCESS;
 }

@@ -60,8 +60,9 @@ void AppendRegion(std::string& text, const CSparseMemory::REGION& region, std::u
 std::string MakeIntelHexText(const CSparseMemory& memory) {
     std::string text;
     std::uint32_t upper = 0;
-    for (const CSparseMemory::REGION& region : memory.WrittenRegions())
+    for (const CSparseMemory::REGION& region : memory.WrittenRegions()) {
         AppendRegion(text, region, upper);
+    }
     text += ":00000001FF\n";
     return text;
 }

@@ -40,10 +40,12 @@ std::optional<CHIP_REPLY> CNciChip::Answer(CHIP_COMMAND& command) {
     const unsigned char opcode = command.packet[2];
     command.kind = CHIP_OTHER;
     command.length = static_cast<std::uint32_t>(command.packet.size() - HEADER_SIZE);
-    if ((first & TYPE_MASK) != COMMAND_TYPE)
+    if ((first & TYPE_MASK) != COMMAND_TYPE) {
         return CHIP_REPLY();  // data, or what only a chip may send
-    if ((first & GROUP_MASK) == PROPRIETARY_GROUP && opcode == RECORD_OPCODE)
+    }
+    if ((first & GROUP_MASK) == PROPRIETARY_GROUP && opcode == RECORD_OPCODE) {
         return AnswerSegment(command);
+    }
     if ((first & GROUP_MASK) == PROPRIETARY_GROUP && opcode == SECURE_MODE_OPCODE) {
         command.kind = CHIP_SECURE;
         command.status = command.length == 1 ? STATUS_OK : STATUS_INVALID_PARAM;
@@ -57,13 +59,15 @@ std::optional<CHIP_REPLY> CNciChip::AnswerSegment(CHIP_COMMAND& command) {
     m_Payload.insert(m_Payload.end(), command.packet.begin() + HEADER_SIZE, command.packet.end());
     ++m_nSegments;
     const bool isTooLong = m_Payload.size() > LONGEST_RECORD;
-    if ((command.packet[1] & MORE_FOLLOWS) != 0 && !isTooLong)
+    if ((command.packet[1] & MORE_FOLLOWS) != 0 && !isTooLong) {
         return std::nullopt;
+    }
     command.length = static_cast<std::uint32_t>(m_Payload.size());
     command.segments = std::exchange(m_nSegments, 0);
     command.kind = CHIP_PATCH;
-    if (!isTooLong && !m_Payload.empty())
+    if (!isTooLong && !m_Payload.empty()) {
         return AnswerRecord(command);
+    }
     command.status = isTooLong ? STATUS_MESSAGE_SIZE_EXCEEDED : STATUS_INVALID_PARAM;
     m_Payload.clear();
     return Response(command);

@@ -9,8 +9,9 @@ void CPacedInput::Accept(std::span<const unsigned char> bytes, LineTime now) {
 }
 
 std::vector<unsigned char> CPacedInput::TakeArrived(LineTime now) {
-    if (m_Held.empty() || now < m_nArrival)
+    if (m_Held.empty() || now < m_nArrival) {
         return {};
+    }
     return std::exchange(m_Held, {});
 }
 
@@ -19,9 +20,11 @@ void CPacedInput::PauseUntil(LineTime then) {
 }
 
 std::optional<LineTime> CPacedInput::NextDue(LineTime now) const {
-    if (!m_Held.empty())
+    if (!m_Held.empty()) {
         return m_nArrival;
-    if (now < m_nPausedUntil)
+    }
+    if (now < m_nPausedUntil) {
         return m_nPausedUntil;
+    }
     return std::nullopt;
 }

@@ -11,11 +11,13 @@ bool CPacketFramer::TakePacket(std::vector<unsigned char>& packet) {
         return byte == HCI_COMMAND_INDICATOR || byte == NCI_INDICATOR;
     });
     m_Bytes.erase(m_Bytes.begin(), start);
-    if (m_Bytes.size() < HEADER_SIZE)
+    if (m_Bytes.size() < HEADER_SIZE) {
         return false;
+    }
     const std::size_t size = HEADER_SIZE + m_Bytes[HEADER_SIZE - 1];
-    if (m_Bytes.size() < size)
+    if (m_Bytes.size() < size) {
         return false;
+    }
     const auto end = m_Bytes.begin() + static_cast<std::ptrdiff_t>(size);
     packet.assign(m_Bytes.begin(), end);
     m_Bytes.erase(m_Bytes.begin(), end);

@@ -17,8 +17,9 @@ std::string ErrorText(const char* what) {
 
 bool MakeRaw(int fd) {
     termios settings{};
-    if (::tcgetattr(fd, &settings) != 0)
+    if (::tcgetattr(fd, &settings) != 0) {
         return false;
+    }
     ::cfmakeraw(&settings);
     return ::tcsetattr(fd, TCSANOW, &settings) == 0;
 }
@@ -31,15 +32,18 @@ std::size_t BytesMoved(ssize_t result) {
 
 std::string CPseudoTerminal::Open() {
     CFileDescriptor master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-    if (!master.IsOpen())
+    if (!master.IsOpen()) {
         return ErrorText("open a pseudo-terminal");
+    }
     char path[128];
     if (::grantpt(master.Get()) != 0 || ::unlockpt(master.Get()) != 0 ||
-        ::ptsname_r(master.Get(), path, sizeof path) != 0)
+        ::ptsname_r(master.Get(), path, sizeof path) != 0) {
         return ErrorText("set up a pseudo-terminal");
+    }
     CFileDescriptor slave(::open(path, O_RDWR | O_NOCTTY | O_CLOEXEC));
-    if (!slave.IsOpen() || !MakeRaw(slave.Get()))
+    if (!slave.IsOpen() || !MakeRaw(slave.Get())) {
         return ErrorText("open the pseudo-terminal's other end");
+    }
     m_Master = std::move(master);
     m_Slave = std::move(slave);
     m_strSlavePath = path;

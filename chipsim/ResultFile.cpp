@@ -1,8 +1,9 @@
 #include "chipsim/ResultFile.h"
 
 CResultFile::CResultFile(const std::string& path) : m_strPath(path) {
-    if (!path.empty())
+    if (!path.empty()) {
         m_File.open(path, std::ios::binary);
+    }
 }
 
 bool CResultFile::Write(const std::string& text) {

@@ -26,8 +26,9 @@ timespec ToTimespec(LineTime span) {
 }
 
 void TakeEarlier(std::optional<LineTime>& due, std::optional<LineTime> other) {
-    if (other && (!due || *other < *due))
+    if (other && (!due || *other < *due)) {
         due = other;
+    }
 }
 
 }  // namespace
@@ -42,13 +43,16 @@ CSimulatedChip::~CSimulatedChip() {
 std::string CSimulatedChip::Start(const std::string& linkPath,
                                   std::function<void(const CHIP_COMMAND&)> observer) {
     std::string error = m_Terminal.Open();
-    if (error.empty() && !linkPath.empty())
+    if (error.empty() && !linkPath.empty()) {
         error = m_Link.Create(m_Terminal.SlavePath(), linkPath);
-    if (!error.empty())
+    }
+    if (!error.empty()) {
         return error;
+    }
     m_Wake = CFileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!m_Wake.IsOpen())
+    if (!m_Wake.IsOpen()) {
         return "cannot make an event descriptor";
+    }
     m_Engine.SetObserver(std::move(observer));
     m_Thread = std::thread([this] { Run(); });
     return {};
@@ -73,10 +77,11 @@ void CSimulatedChip::Run() {
         TakeInput(LineTimeNow());
         GiveUpCutPacket(LineTimeNow());
         WriteOutput(LineTimeNow());
-        if (m_Output.HangUpIsDue(LineTimeNow()))
+        if (m_Output.HangUpIsDue(LineTimeNow())) {
             HangUp();
-        else
+        } else {
             WaitForWork();
+        }
     }
 }
 
@@ -90,12 +95,14 @@ void CSimulatedChip::TakeInput(LineTime now) {
     if (m_Input.WantsBytes(now)) {
         std::array<unsigned char, LARGEST_READ> bytes;
         const std::size_t count = m_Terminal.Read(bytes);
-        if (count > 0)
+        if (count > 0) {
             m_Input.Accept(std::span(bytes).first(count), now);
+        }
     }
     const std::vector<unsigned char> arrived = m_Input.TakeArrived(now);
-    if (arrived.empty())
+    if (arrived.empty()) {
         return;
+    }
     m_nLastInput = now;
     const std::lock_guard lock(m_Mutex);
     for (CHIP_REPLY& reply : m_Engine.Receive(arrived)) {
@@ -107,19 +114,22 @@ void CSimulatedChip::TakeInput(LineTime now) {
 
 void CSimulatedChip::GiveUpCutPacket(LineTime now) {
     const std::lock_guard lock(m_Mutex);
-    if (m_Engine.IsMidPacket() && m_Input.WantsBytes(now) && now - m_nLastInput >= QUIET_LINE)
+    if (m_Engine.IsMidPacket() && m_Input.WantsBytes(now) && now - m_nLastInput >= QUIET_LINE) {
         m_Engine.LineWentQuiet();
+    }
 }
 
 void CSimulatedChip::WriteOutput(LineTime now) {
     m_bTerminalFull = false;
     for (;;) {
         const std::span<const unsigned char> due = m_Output.Due(now);
-        if (due.empty())
+        if (due.empty()) {
             return;
+        }
         const std::size_t count = m_Terminal.Write(due);
-        if (count > 0)
+        if (count > 0) {
             m_Output.Sent(count, now);
+        }
         if (count < due.size()) {
             m_bTerminalFull = true;
             return;
@@ -129,21 +139,25 @@ void CSimulatedChip::WriteOutput(LineTime now) {
 
 std::optional<LineTime> CSimulatedChip::NextDue(LineTime now) const {
     std::optional<LineTime> due = m_Input.NextDue(now);
-    if (!m_bTerminalFull)
+    if (!m_bTerminalFull) {
         TakeEarlier(due, m_Output.NextDue());
+    }
     const std::lock_guard lock(m_Mutex);
-    if (m_Engine.IsMidPacket() && m_Input.WantsBytes(now))
+    if (m_Engine.IsMidPacket() && m_Input.WantsBytes(now)) {
         TakeEarlier(due, m_nLastInput + QUIET_LINE);
+    }
     return due;
 }
 
 void CSimulatedChip::WaitForWork() {
     const LineTime now = LineTimeNow();
     short events = 0;
-    if (m_Input.WantsBytes(now))
+    if (m_Input.WantsBytes(now)) {
         events = static_cast<short>(events | POLLIN);
-    if (m_bTerminalFull)
+    }
+    if (m_bTerminalFull) {
         events = static_cast<short>(events | POLLOUT);
+    }
     pollfd fds[] = {{events == 0 ? -1 : m_Terminal.MasterFd(), events, 0},
                     {m_Wake.Get(), POLLIN, 0}};
     const std::optional<LineTime> due = NextDue(now);
@@ -153,8 +167,9 @@ void CSimulatedChip::WaitForWork() {
 
 void CSimulatedChip::WakeUp() {
     const std::uint64_t one = 1;
-    if (::write(m_Wake.Get(), &one, sizeof one) < 0)
+    if (::write(m_Wake.Get(), &one, sizeof one) < 0) {
         return;  // the counter is full, so the thread wakes anyway
+    }
 }
 
 std::vector<unsigned char> CSimulatedChip::ReadMemory(std::uint32_t address,

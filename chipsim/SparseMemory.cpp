@@ -11,8 +11,9 @@ void CSparseMemory::Write(std::uint32_t address, std::span<const unsigned char> 
         const std::uint32_t offset = address % PAGE_BYTES;
         const std::size_t count = std::min<std::size_t>(bytes.size(), PAGE_BYTES - offset);
         std::copy_n(bytes.begin(), count, page.bytes.begin() + offset);
-        for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count; ++i) {
             page.written.set(offset + i);
+        }
         bytes = bytes.subspan(count);
         address = WrappingAdd(address, static_cast<std::uint32_t>(count));
     }
@@ -23,10 +24,11 @@ void CSparseMemory::Read(std::uint32_t address, std::span<unsigned char> bytes) 
         const PAGE* page = FindPage(address);
         const std::uint32_t offset = address % PAGE_BYTES;
         const std::size_t count = std::min<std::size_t>(bytes.size(), PAGE_BYTES - offset);
-        if (page != nullptr)
+        if (page != nullptr) {
             std::copy_n(page->bytes.begin() + offset, count, bytes.begin());
-        else
+        } else {
             std::fill_n(bytes.begin(), count, static_cast<unsigned char>(0xFF));
+        }
         bytes = bytes.subspan(count);
         address = WrappingAdd(address, static_cast<std::uint32_t>(count));
     }
@@ -73,13 +75,15 @@ std::vector<CSparseMemory::REGION> CSparseMemory::WrittenRegions() const {
     std::vector<REGION> regions;
     for (const auto& [number, page] : m_Pages) {
         for (std::uint32_t i = 0; i < PAGE_BYTES; ++i) {
-            if (!page->written.test(i))
+            if (!page->written.test(i)) {
                 continue;
+            }
             const std::uint32_t address = number * PAGE_BYTES + i;
             const bool continues =
                 !regions.empty() && regions.back().bytes.size() == address - regions.back().address;
-            if (!continues)
+            if (!continues) {
                 regions.push_back({address, {}});
+            }
             regions.back().bytes.push_back(page->bytes[i]);
         }
     }
@@ -88,8 +92,9 @@ std::vector<CSparseMemory::REGION> CSparseMemory::WrittenRegions() const {
 
 CSparseMemory::PAGE& CSparseMemory::PageFor(std::uint32_t address) {
     std::unique_ptr<PAGE>& page = m_Pages[address / PAGE_BYTES];
-    if (page == nullptr)
+    if (page == nullptr) {
         page = std::make_unique<PAGE>();
+    }
     return *page;
 }
 

@@ -24,8 +24,9 @@ int ExitStatus(int waitStatus) {
 int WaitForChild(pid_t pid, int options, int* status) {
     for (;;) {
         const pid_t got = ::waitpid(pid, status, options);
-        if (got >= 0 || errno != EINTR)
+        if (got >= 0 || errno != EINTR) {
             return got;
+        }
     }
 }
 
@@ -40,8 +41,9 @@ void WaitForEnd(int fd) {
 void Complain(const char* what, const char* name, int error) {
     const char* const parts[] = {"chipsim: ", what, name, ": ", ::strerrordesc_np(error), "\n"};
     for (const char* part : parts) {
-        if (::write(STDERR_FILENO, part, ::strlen(part)) < 0)
+        if (::write(STDERR_FILENO, part, ::strlen(part)) < 0) {
             return;
+        }
     }
 }
 
@@ -54,8 +56,9 @@ void Complain(const char* what, const char* name, int error) {
 }
 
 bool TakeControllingTerminal(const char* path) {
-    if (::setsid() < 0)
+    if (::setsid() < 0) {
         return false;
+    }
     const int fd = ::open(path, O_RDWR | O_CLOEXEC);
     // Opening it has been enough already on Linux; asking again does no harm.
     return fd >= 0 && ::ioctl(fd, TIOCSCTTY, 0) == 0 && ::close(fd) == 0;
@@ -70,8 +73,9 @@ bool TakeControllingTerminal(const char* path) {
         ::_exit(CANNOT_RUN);
     }
     const pid_t command = ::_Fork();
-    if (command == 0)
+    if (command == 0) {
         BecomeCommand(argv, mask);
+    }
     if (command < 0) {
         Complain("cannot run ", argv[0], errno);
         ::_exit(CANNOT_RUN);
@@ -80,8 +84,9 @@ bool TakeControllingTerminal(const char* path) {
     // may close, nor the pipe that tells that the command runs.
     ::close_range(0, std::numeric_limits<unsigned int>::max(), 0);
     int status = 0;
-    if (WaitForChild(command, 0, &status) < 0)
+    if (WaitForChild(command, 0, &status) < 0) {
         ::_exit(CANNOT_RUN);
+    }
     ::_exit(ExitStatus(status));
 }
 
@@ -92,19 +97,23 @@ std::string CTerminalCommand::Start(const std::string& terminalPath,
     std::vector<std::string> copies = argv;
     std::vector<char*> pointers;
     pointers.reserve(copies.size() + 1);
-    for (std::string& text : copies)
+    for (std::string& text : copies) {
         pointers.push_back(text.data());
+    }
     pointers.push_back(nullptr);
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0)
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
         return "cannot make a pipe: " + std::generic_category().message(errno);
+    }
     const CFileDescriptor started(ends[0]);
     CFileDescriptor startedInChild(ends[1]);
     const pid_t pid = ::fork();
-    if (pid == 0)
+    if (pid == 0) {
         LeadSession(terminalPath.c_str(), pointers.data(), m_Mask);
-    if (pid < 0)
+    }
+    if (pid < 0) {
         return "cannot start a process: " + std::generic_category().message(errno);
+    }
     m_nLeader = pid;
     startedInChild.Close();
     WaitForEnd(started.Get());
@@ -113,8 +122,9 @@ std::string CTerminalCommand::Start(const std::string& terminalPath,
 
 std::optional<int> CTerminalCommand::Collect(int options) {
     int status = 0;
-    if (!m_Status && WaitForChild(m_nLeader, options, &status) == m_nLeader)
+    if (!m_Status && WaitForChild(m_nLeader, options, &status) == m_nLeader) {
         m_Status = ExitStatus(status);
+    }
     return m_Status;
 }
 
@@ -127,6 +137,7 @@ int CTerminalCommand::Wait() {
 }
 
 void CTerminalCommand::Signal(int number) const {
-    if (m_nLeader > 0 && !m_Status)
+    if (m_nLeader > 0 && !m_Status) {
         ::kill(-m_nLeader, number);
+    }
 }

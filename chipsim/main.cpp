@@ -27,8 +27,9 @@ int Fail(const std::string& text, int status) {
 sigset_t WaitedSignals() {
     sigset_t set;
     ::sigemptyset(&set);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGPIPE})
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD, SIGPIPE}) {
         ::sigaddset(&set, number);
+    }
     return set;
 }
 
@@ -47,14 +48,17 @@ int RunCommand(const CSimulatedChip& chip, const CHIPSIM_ARGUMENTS& arguments,
                const sigset_t& signals, const sigset_t& inheritedMask) {
     CTerminalCommand command(inheritedMask);
     const std::string error = command.Start(chip.PortPath(), arguments.command);
-    if (!error.empty())
+    if (!error.empty()) {
         return Fail(error, OWN_FAILURE);
+    }
     for (;;) {
-        if (const std::optional<int> status = command.Poll())
+        if (const std::optional<int> status = command.Poll()) {
             return *status;
+        }
         const int number = NextSignal(signals);
-        if (AsksToEnd(number))
+        if (AsksToEnd(number)) {
             command.Signal(number);
+        }
     }
 }
 
@@ -68,10 +72,12 @@ int ServePort(const CSimulatedChip& chip, const sigset_t& signals) {
 // A run that went wrong by chance can be had again.
 void SettleSeed(CHIPSIM_ARGUMENTS& arguments) {
     CHIP_SETTINGS& settings = arguments.settings;
-    if (!arguments.hasSeed)
+    if (!arguments.hasSeed) {
         settings.seed = std::random_device()();
-    if (std::ranges::any_of(settings.faults, &FAULT_RULE::UsesChance))
+    }
+    if (std::ranges::any_of(settings.faults, &FAULT_RULE::UsesChance)) {
         std::fprintf(stderr, "chipsim: seed %u\n", settings.seed);
+    }
 }
 
 void PrintCommand(const CHIP_COMMAND& command) {
@@ -80,15 +86,17 @@ void PrintCommand(const CHIP_COMMAND& command) {
 
 std::string RecordsAsFile(const CSimulatedChip& chip) {
     std::string text;
-    for (const CHIP_RECORD& record : chip.Records())
+    for (const CHIP_RECORD& record : chip.Records()) {
         text.append(record.bytes.begin(), record.bytes.end());
+    }
     return text;
 }
 
 // The status, or that of a failure when there was none so far.
 int WriteResult(CResultFile& file, const std::string& text, int status) {
-    if (file.Write(text))
+    if (file.Write(text)) {
         return status;
+    }
     return Fail("cannot write " + file.Path(), status != 0 ? status : OWN_FAILURE);
 }
 
@@ -96,8 +104,9 @@ int Run(CHIPSIM_ARGUMENTS& arguments) {
     CResultFile dump(arguments.dumpFile);
     CResultFile records(arguments.recordsFile);
     for (const CResultFile* file : {&dump, &records}) {
-        if (!file->IsUsable())
+        if (!file->IsUsable()) {
             return Fail("cannot write " + file->Path(), OWN_FAILURE);
+        }
     }
     const sigset_t signals = WaitedSignals();
     sigset_t inheritedMask;
@@ -109,8 +118,9 @@ int Run(CHIPSIM_ARGUMENTS& arguments) {
     CSimulatedChip chip(arguments.settings);
     const std::string error =
         chip.Start(arguments.linkPath, arguments.trace ? PrintCommand : nullptr);
-    if (!error.empty())
+    if (!error.empty()) {
         return Fail(error, OWN_FAILURE);
+    }
     int status = arguments.command.empty() ? ServePort(chip, signals)
                                            : RunCommand(chip, arguments, signals, inheritedMask);
     chip.Stop();
@@ -124,8 +134,9 @@ int main(int argc, char** argv) {
     CHIPSIM_ARGUMENTS arguments;
     const std::vector<std::string> words(argv + 1, argv + argc);
     const std::string error = ParseChipsimArguments(words, arguments);
-    if (!error.empty())
+    if (!error.empty()) {
         return Fail(error, WRONG_USAGE);
+    }
     if (arguments.showHelp || arguments.showVersion) {
         std::fputs(arguments.showHelp ? ChipsimHelp() : "chipsim " CHIPSIM_VERSION "\n", stdout);
         return std::fflush(stdout) == 0 ? 0 : OWN_FAILURE;

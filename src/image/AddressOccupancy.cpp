@@ -14,14 +14,17 @@ bool CAddressOccupancy::Take(unsigned int address, unsigned int size) {
     const unsigned int end = WrappingAdd(address, size);
     const unsigned int last = size == 0 ? address : std::max(WrappingSubtract(end, 1), address);
     bool taken = m_bEverywhere;
-    if (size == 0 && address == 0)
+    if (size == 0 && address == 0) {
         m_bEverywhere = true;
+    }
     for (unsigned int first = address;;) {
         const unsigned int pageEnd = first | (PAGE_SIZE - 1);
-        if (TakeInPage(first, std::min(pageEnd, last)))
+        if (TakeInPage(first, std::min(pageEnd, last))) {
             taken = true;
-        if (pageEnd >= last)
+        }
+        if (pageEnd >= last) {
             break;
+        }
         first = pageEnd + 1;
     }
     return taken && end != 0;
@@ -29,17 +32,20 @@ bool CAddressOccupancy::Take(unsigned int address, unsigned int size) {
 
 CAddressOccupancy::Page*& CAddressOccupancy::PageAt(unsigned int address) {
     std::unique_ptr<Block>& block = m_Blocks[address / (PAGE_SIZE * PAGES)];
-    if (!block)
+    if (!block) {
         block = std::make_unique<Block>();
+    }
     return (*block)[address / PAGE_SIZE % PAGES];
 }
 
 bool CAddressOccupancy::TakeInPage(unsigned int address, unsigned int last) {
     Page*& page = PageAt(address);
-    if (last - address == PAGE_SIZE - 1)
+    if (last - address == PAGE_SIZE - 1) {
         return std::exchange(page, &m_FullPage) != nullptr;
-    if (page == nullptr)
+    }
+    if (page == nullptr) {
         page = &m_Pages.emplace_back();
+    }
     // Short ranges lie in one word or two. Both cases take the same steps, so that the wait for one
     // range is no wait for the next.
     constexpr std::uint64_t ALL = ~std::uint64_t{0};
@@ -50,8 +56,9 @@ bool CAddressOccupancy::TakeInPage(unsigned int address, unsigned int last) {
     const std::uint64_t firstMask = firstWord == lastWord ? from & to : from;
     const std::uint64_t lastMask = firstWord == lastWord ? from & to : to;
     std::uint64_t taken = ((*page)[firstWord] & firstMask) | ((*page)[lastWord] & lastMask);
-    for (unsigned int i = firstWord + 1; i < lastWord; ++i)
+    for (unsigned int i = firstWord + 1; i < lastWord; ++i) {
         taken |= std::exchange((*page)[i], ALL);
+    }
     (*page)[firstWord] |= firstMask;
     (*page)[lastWord] |= lastMask;
     return taken != 0;

@@ -32,8 +32,9 @@ std::string ReadNCDFileHead(std::FILE* file, const char* fileName) {
         return std::string("Failed to read version information from NCD file ") + fileName;
     }
     const unsigned char patchSets = version[NCD_VERSION_SIZE - 1];
-    if (patchSets == 0)
+    if (patchSets == 0) {
         return std::string("Patch set count is 0 in NCD file ") + fileName;
+    }
     unsigned char descriptor[NCD_PATCH_DESC_SIZE];
     for (unsigned int i = 0; i < patchSets; ++i) {
         if (std::fread(descriptor, 1, NCD_PATCH_DESC_SIZE, file) != NCD_PATCH_DESC_SIZE) {
@@ -65,8 +66,9 @@ void CChipImageByteData::AddRange(const CByteBuffer& range) {
 
 unsigned int CChipImageByteData::GetTotalByteSize() const {
     unsigned int total = 0;
-    for (const CByteBuffer& range : m_Ranges)
+    for (const CByteBuffer& range : m_Ranges) {
         total += range.GetDataByteSize();
+    }
     return total;
 }
 
@@ -83,8 +85,9 @@ int CChipImageByteData::FindRangeWithThisAddress(unsigned int addr) const {
 
 int CChipImageByteData::GetByteValueAtThisAddress(unsigned int addr) const {
     const int index = FindRangeWithThisAddress(addr);
-    if (index < 0)
+    if (index < 0) {
         return -1;
+    }
     const CByteBuffer& range = m_Ranges[static_cast<size_t>(index)];
     return range.GetDataBuffer()[addr - range.GetBaseAddress()];
 }
@@ -109,16 +112,18 @@ bool CChipImageByteData::FirstRangesOverlap(size_t count, unsigned int addr, uns
 }
 
 bool CChipImageByteData::SetLaunchAddress(unsigned int addr) {
-    if (FindRangeWithThisAddress(addr) < 0)
+    if (FindRangeWithThisAddress(addr) < 0) {
         return false;
+    }
     m_nLaunchAddress = addr;
     m_bLaunchAddressKnown = true;
     return true;
 }
 
 bool CChipImageByteData::SetFirstAddressLoaded(unsigned int addr) {
-    if (FindRangeWithThisAddress(addr) < 0)
+    if (FindRangeWithThisAddress(addr) < 0) {
         return false;
+    }
     m_nFirstAddressLoaded = addr;
     m_bFirstAddressKnown = true;
     return true;
@@ -126,19 +131,22 @@ bool CChipImageByteData::SetFirstAddressLoaded(unsigned int addr) {
 
 std::string CChipImageByteData::ModifyRangeByte(unsigned int rangeIndex, unsigned int offset,
                                                 unsigned char value) {
-    if (rangeIndex >= m_Ranges.size())
+    if (rangeIndex >= m_Ranges.size()) {
         return "Invalid range index.";
+    }
     const CByteBuffer& range = m_Ranges[rangeIndex];
-    if (offset >= range.GetDataByteSize())
+    if (offset >= range.GetDataByteSize()) {
         return "Invalid byte offset.";
+    }
     range.GetDataBuffer()[offset] = value;
     return "";
 }
 
 std::string CChipImageByteData::ModifySeveralBytes(unsigned int rangeIndex, unsigned int offset,
                                                    const char* hexText) {
-    if (rangeIndex >= m_Ranges.size())
+    if (rangeIndex >= m_Ranges.size()) {
         return "Invalid range index.";
+    }
     std::vector<unsigned char> bytes(MAX_BYTES_TO_MODIFY);
     unsigned int count = 0;
     if (hexText == nullptr ||
@@ -156,12 +164,14 @@ std::string CChipImageByteData::ModifySeveralBytes(unsigned int rangeIndex, unsi
 
 std::string CChipImageByteData::LoadFromHexFile(const char* fileName, bool clearFirst,
                                                 bool allowOverlap) {
-    if (clearFirst)
+    if (clearFirst) {
         Clear();
+    }
     CIntelHexReader reader;
     std::string error = reader.OpenDataFile(fileName);
-    if (!error.empty())
+    if (!error.empty()) {
         return error;
+    }
 
     const size_t oldCount = m_Ranges.size();
     unsigned int firstAddress = 0;
@@ -169,11 +179,13 @@ std::string CChipImageByteData::LoadFromHexFile(const char* fileName, bool clear
     if (!allowOverlap) {
         // An overlap comes earlier in the file than whatever else ended the reading.
         std::string overlap = DropFromFirstOverlap(oldCount);
-        if (!overlap.empty())
+        if (!overlap.empty()) {
             error = std::move(overlap);
+        }
     }
-    if (!m_bFirstAddressKnown)
+    if (!m_bFirstAddressKnown) {
         SetFirstAddressLoaded(firstAddress);
+    }
     return error;
 }
 
@@ -184,21 +196,25 @@ std::string CChipImageByteData::ReadHexRuns(CIntelHexReader& reader, unsigned in
     unsigned int count = 0;
     std::string error;
     while (reader.GetMoreData(&address, stage.GetTail(), stage.GetRoom(), &count, &error)) {
-        if (count == 0)
+        if (count == 0) {
             continue;
-        if (std::exchange(first, false))
+        }
+        if (std::exchange(first, false)) {
             *firstAddress = address;
+        }
         if (!stage.IsContinuedAt(address)) {
-            if (!stage.IsEmpty())
+            if (!stage.IsEmpty()) {
                 stage.MoveRunTo(m_Ranges.emplace_back(), count);
+            }
             stage.StartAt(address);
         } else if (!stage.HasRoomFor(count)) {
             return FormatText("More than 16 MiB of contiguous data at address 0x%08X", address);
         }
         stage.KeepTail(count);
     }
-    if (error.empty() && !stage.IsEmpty())
+    if (error.empty() && !stage.IsEmpty()) {
         stage.MoveRunTo(m_Ranges.emplace_back(), 0);
+    }
     return error;
 }
 
@@ -222,19 +238,23 @@ std::string CChipImageByteData::DropFromFirstOverlap(size_t oldCount) {
 std::string CChipImageByteData::LoadFromHCDFile(const char* fileName, unsigned int* launchAddress,
                                                 bool mergeAdjacent) {
     Clear();
-    if (fileName == nullptr || *fileName == '\0')
+    if (fileName == nullptr || *fileName == '\0') {
         return "Invalid HCD file name!";
+    }
     CFileHandle file = OpenFileForReading(fileName);
-    if (!file)
+    if (!file) {
         return std::string("Failed to open HCD file ") + fileName;
+    }
 
     unsigned int pendingLaunchAddress = 0;
     std::string error = ReadHCDRecords(file.get(), mergeAdjacent, &pendingLaunchAddress);
     // The first range holds the first address of the file.
-    if (!m_Ranges.empty())
+    if (!m_Ranges.empty()) {
         SetFirstAddressLoaded(m_Ranges.front().GetBaseAddress());
-    if (!error.empty())
+    }
+    if (!error.empty()) {
         return error;
+    }
     *launchAddress = pendingLaunchAddress;
     SetLaunchAddress(pendingLaunchAddress);
     return "";
@@ -247,8 +267,9 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
     unsigned int base = 0;
     bool started = false;
     const auto closeRange = [&] {
-        if (!started)
+        if (!started) {
             return;
+        }
         m_Ranges
             .emplace_back(gathered.data(), static_cast<unsigned int>(gathered.size()),
                           BYTE_BUFFER_OWNED)
@@ -281,14 +302,17 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
 std::string CChipImageByteData::LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount) {
     *patchSetCount = 0;
     Clear();
-    if (fileName == nullptr || *fileName == '\0')
+    if (fileName == nullptr || *fileName == '\0') {
         return "Invalid NCD file name!";
+    }
     const CFileHandle file = OpenFileForReading(fileName);
-    if (!file)
+    if (!file) {
         return std::string("Failed to open NCD file ") + fileName;
+    }
     std::string error = ReadNCDFileHead(file.get(), fileName);
-    if (!error.empty())
+    if (!error.empty()) {
         return error;
+    }
 
     unsigned int size = 0;
     unsigned char record[NCD_MAX_RECORD_SIZE];

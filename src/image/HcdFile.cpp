@@ -31,8 +31,9 @@ bool ReadNextHCDRecord(std::FILE* file, unsigned int* address, unsigned int* dat
     unsigned char header[HEADER_SIZE];
     if (std::fread(header, 1, HEADER_SIZE, file) != HEADER_SIZE) {
         // A file that ends inside a header ends the records; one that cannot be read does not.
-        if (std::ferror(file) != 0)
+        if (std::ferror(file) != 0) {
             *error = std::string("Failed to read HCD data: ") + std::strerror(errno);
+        }
         return false;
     }
     if (!IsHeaderKnown(header)) {

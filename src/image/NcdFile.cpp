@@ -18,8 +18,9 @@ bool ReadNextNCDRecord(std::FILE* file, bool /*flag*/, unsigned int* recordSize,
     error->clear();
     if (std::fread(record, 1, HEADER_SIZE, file) != HEADER_SIZE) {
         // A file that ends inside a header ends the records; one that cannot be read does not.
-        if (std::ferror(file) != 0)
+        if (std::ferror(file) != 0) {
             *error = std::string("Failed to read NCD data: ") + std::strerror(errno);
+        }
         return false;
     }
     if (record[0] != EXPECTED_PID) {

@@ -8,36 +8,42 @@
 namespace {
 
 char* CopyOfText(const char* text) {
-    if (text == nullptr || *text == '\0')
+    if (text == nullptr || *text == '\0') {
         return nullptr;
+    }
     const size_t room = std::strlen(text) + 1;
     auto* copy = new (std::nothrow) char[room];
-    if (copy != nullptr)
+    if (copy != nullptr) {
         std::memcpy(copy, text, room);
+    }
     return copy;
 }
 
 }  // namespace
 
 CByteBuffer::CByteBuffer(unsigned int size, unsigned char fill) {
-    if (size == 0)
+    if (size == 0) {
         return;
+    }
     unsigned char* block = MakeRoom(size);
-    if (block == nullptr)
+    if (block == nullptr) {
         return;
+    }
     std::memset(block, fill, size);
     TakeBlock(block, size, BYTE_BUFFER_OWNED);
 }
 
 CByteBuffer::CByteBuffer(unsigned char* data, unsigned int size, unsigned char mode) {
-    if (data == nullptr || size == 0)
+    if (data == nullptr || size == 0) {
         return;
+    }
     TakeBlock(mode == BYTE_BUFFER_OWNED ? CopyOfBytes(data, size) : data, size, mode);
 }
 
 CByteBuffer::CByteBuffer(std::unique_ptr<unsigned char[]> block, unsigned int size) {
-    if (size != 0)
+    if (size != 0) {
         TakeBlock(block.release(), size, BYTE_BUFFER_OWNED);
+    }
 }
 
 CByteBuffer::CByteBuffer(const CByteBuffer& other)
@@ -53,8 +59,9 @@ CByteBuffer::CByteBuffer(const CByteBuffer& other)
 }
 
 CByteBuffer& CByteBuffer::operator=(const CByteBuffer& other) {
-    if (this != &other)
+    if (this != &other) {
         *this = CByteBuffer(other);
+    }
     return *this;
 }
 
@@ -82,8 +89,9 @@ void CByteBuffer::AssignData(unsigned char* data, unsigned int size, unsigned ch
 }
 
 void CByteBuffer::AppendData(unsigned char* data, unsigned int size) {
-    if (data == nullptr || size == 0)
+    if (data == nullptr || size == 0) {
         return;
+    }
     if (m_pData == nullptr) {
         AssignData(data, size, BYTE_BUFFER_OWNED);
         return;
@@ -113,12 +121,14 @@ unsigned char* CByteBuffer::MakeRoom(unsigned int size) {
 }
 
 unsigned char* CByteBuffer::CopyOfBytes(const unsigned char* data, unsigned int size) {
-    if (data == nullptr || size == 0)
+    if (data == nullptr || size == 0) {
         return nullptr;
+    }
     unsigned char* copy = MakeRoom(size);
     // The source may be what the buffer holds now.
-    if (copy != nullptr)
+    if (copy != nullptr) {
         std::memmove(copy, data, size);
+    }
     return copy;
 }
 
@@ -130,13 +140,15 @@ void CByteBuffer::TakeBlock(unsigned char* block, unsigned int size, unsigned ch
 }
 
 void CByteBuffer::DeleteBlock() {
-    if (m_pData != m_Short.data())
+    if (m_pData != m_Short.data()) {
         delete[] m_pData;
+    }
 }
 
 void CByteBuffer::FreeData() {
-    if (m_nMode == BYTE_BUFFER_OWNED || m_nMode == BYTE_BUFFER_ADOPTED)
+    if (m_nMode == BYTE_BUFFER_OWNED || m_nMode == BYTE_BUFFER_ADOPTED) {
         DeleteBlock();
+    }
     TakeBlock(nullptr, 0, BYTE_BUFFER_EMPTY);
 }
 
@@ -148,8 +160,10 @@ void CByteBuffer::Swap(CByteBuffer& other) noexcept {
     std::swap(m_nFlag, other.m_nFlag);
     std::swap(m_pszName, other.m_pszName);
     std::swap(m_Short, other.m_Short);
-    if (m_pData == other.m_Short.data())
+    if (m_pData == other.m_Short.data()) {
         m_pData = m_Short.data();
-    if (other.m_pData == m_Short.data())
+    }
+    if (other.m_pData == m_Short.data()) {
         other.m_pData = other.m_Short.data();
+    }
 }

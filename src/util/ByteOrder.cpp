@@ -14,24 +14,28 @@ unsigned int WriteBigEndian(T value, unsigned char* bytes) {
 template <typename T>
 T ReadBigEndian(const unsigned char* bytes) {
     unsigned long long value = 0;
-    for (unsigned int i = 0; i < sizeof(T); ++i)
+    for (unsigned int i = 0; i < sizeof(T); ++i) {
         value = value << 8 | bytes[i];
+    }
     return static_cast<T>(value);
 }
 
 template <typename T>
 unsigned int WriteArray(const T* values, unsigned int count, unsigned char* bytes) {
-    if (values == nullptr || bytes == nullptr)
+    if (values == nullptr || bytes == nullptr) {
         return 0;
-    for (unsigned int i = 0; i < count; ++i)
+    }
+    for (unsigned int i = 0; i < count; ++i) {
         bytes += WriteBigEndian(values[i], bytes);
+    }
     return count * static_cast<unsigned int>(sizeof(T));
 }
 
 template <typename T>
 unsigned int ReadArray(const unsigned char* bytes, T* values, unsigned int count) {
-    if (values == nullptr || bytes == nullptr)
+    if (values == nullptr || bytes == nullptr) {
         return 0;
+    }
     for (unsigned int i = 0; i < count; ++i, bytes += sizeof(T)) {
         values[i] = ReadBigEndian<T>(bytes);
     }
@@ -47,8 +51,9 @@ unsigned int CopyUint16ToLittleEndianBuffer(unsigned short value, unsigned char*
 }
 
 unsigned int CopyUint32ToLittleEndianBuffer(unsigned int value, unsigned char* bytes) {
-    for (int i = 0; i < 4; ++i, value >>= 8)
+    for (int i = 0; i < 4; ++i, value >>= 8) {
         bytes[i] = static_cast<unsigned char>(value);
+    }
     return 4;
 }
 
@@ -189,7 +194,8 @@ unsigned int CopyByteBufferLEB128ToUint32(const unsigned char* bytes, unsigned c
         more = bytes[count] >= 0x80;
         ++count;
     }
-    if (used != nullptr)
+    if (used != nullptr) {
         *used = count;
+    }
     return value;
 }

@@ -18,8 +18,9 @@ std::once_flag g_CrcTablesBuilt;
 void BuildTables() {
     for (unsigned int n = 0; n < 256; ++n) {
         unsigned int c = n;
-        for (int bit = 0; bit < 8; ++bit)
+        for (int bit = 0; bit < 8; ++bit) {
             c = (c & 1U) != 0 ? c >> 1 ^ POLYNOMIAL : c >> 1;
+        }
         g_CrcTables[0][n] = c;
     }
     for (unsigned int k = 1; k < SLICES; ++k) {
@@ -46,10 +47,12 @@ void make_crc_table() {
 }
 
 unsigned int update_crc(unsigned int crc, const unsigned char* buf, unsigned int len) {
-    for (; len >= SLICES; len -= SLICES, buf += SLICES)
+    for (; len >= SLICES; len -= SLICES, buf += SLICES) {
         crc = UpdateByEight(crc, buf);
-    for (; len > 0; --len, ++buf)
+    }
+    for (; len > 0; --len, ++buf) {
         crc = g_CrcTables[0][(crc ^ *buf) & 0xFF] ^ crc >> 8;
+    }
     return crc;
 }
 

@@ -26,22 +26,27 @@ inline std::string ReplyText(const CHIP_REPLY& reply) {
     std::ostringstream text;
     const char* gap = "";
     for (const CHIP_REPLY_PIECE& piece : reply.pieces) {
-        if (piece.delayMs != 0)
+        if (piece.delayMs != 0) {
             text << std::exchange(gap, " ") << '+' << piece.delayMs << "ms";
-        if (!piece.bytes.empty())
+        }
+        if (!piece.bytes.empty()) {
             text << std::exchange(gap, " ") << ToHex(piece.bytes);
+        }
     }
-    if (reply.hangsUp)
+    if (reply.hangsUp) {
         text << std::exchange(gap, " ") << "hangs up";
-    if (reply.readPauseMs != 0)
+    }
+    if (reply.readPauseMs != 0) {
         text << std::exchange(gap, " ") << "reads nothing for " << reply.readPauseMs << "ms";
+    }
     return text.str();
 }
 
 // What the chip answers to these bytes, one reply behind the other.
 inline std::string Answers(CChipEngine& engine, const std::string& bytes) {
     std::string text;
-    for (const CHIP_REPLY& reply : engine.Receive(FromHex(bytes)))
+    for (const CHIP_REPLY& reply : engine.Receive(FromHex(bytes))) {
         text += (text.empty() ? "" : " | ") + ReplyText(reply);
+    }
     return text;
 }

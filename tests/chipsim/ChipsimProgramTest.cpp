@@ -29,8 +29,9 @@ protected:
         words.insert(words.begin(), CHIPSIM_PROGRAM);
         std::vector<char*> argv;
         argv.reserve(words.size() + 1);
-        for (std::string& word : words)
+        for (std::string& word : words) {
             argv.push_back(word.data());
+        }
         argv.push_back(nullptr);
         const std::string out = File("out");
         const std::string err = File("err");
@@ -63,8 +64,9 @@ protected:
     // Until the condition holds, or long enough to be sure that it never will.
     template <class CONDITION>
     static bool Eventually(CONDITION holds) {
-        for (int i = 0; i < 1000 && !holds(); ++i)
+        for (int i = 0; i < 1000 && !holds(); ++i) {
             ::usleep(10'000);
+        }
         return holds();
     }
 
@@ -142,8 +144,9 @@ TEST_F(ChipsimProgramTest, ALinkIsServedUntilStopped) {
         const std::array<unsigned char, 9> packet = {1, 0x4C, 0xFC, 5, 0x10, 0, 0, 0, 0x42};
         ASSERT_EQ(::write(port.Get(), packet.data(), packet.size()), 9);
         std::array<unsigned char, 7> answer{};
-        for (std::size_t got = 0; got < answer.size();)
+        for (std::size_t got = 0; got < answer.size();) {
             got += static_cast<std::size_t>(::read(port.Get(), &answer[got], answer.size() - got));
+        }
         ::kill(pid, number);
         EXPECT_EQ(ExitStatus(pid), 0);
         EXPECT_FALSE(fs::is_symlink(link));

@@ -23,8 +23,9 @@ CHIP_SETTINGS With(const std::vector<std::string>& faults, unsigned int seed = 1
 std::string Answers(const CHIP_SETTINGS& settings, const std::vector<std::string>& commands) {
     CChipEngine engine(settings);
     std::string text;
-    for (const std::string& command : commands)
+    for (const std::string& command : commands) {
         text += (text.empty() ? "" : " | ") + Answers(engine, command);
+    }
     return text;
 }
 
@@ -61,8 +62,9 @@ TEST(FaultPlanTest, SpoilsTheReplyAsTheRuleSays) {
         {"any:1:badcrc", SUM, "04 0E 08 01 CC FC 00 01 00 00 00"},
         {"any:1:badcrc", RESET, "04 0E 04 01 03 0C 00"},
     };
-    for (const CASE& c : cases)
+    for (const CASE& c : cases) {
         EXPECT_EQ(Answers(With({c.fault}), {c.command}), c.answer) << c.fault;
+    }
 }
 
 TEST(FaultPlanTest, CountsTheCommandsOfTheRulesKind) {
@@ -82,8 +84,9 @@ TEST(FaultPlanTest, CountsTheCommandsOfTheRulesKind) {
         {{"reset:1:late=5", "any:1:cut=1"},
          "+5ms 04 | 04 0E 07 01 4D FC 00 FF FF FF | 04 0E 04 01 03 0C 00"},
     };
-    for (const CASE& c : cases)
+    for (const CASE& c : cases) {
         EXPECT_EQ(Answers(With(c.faults), {RESET, READ, RESET}), c.answers) << c.faults[0];
+    }
     EXPECT_EQ(Answers(With({"write:1:drop"}), {RESET, READ}), good + other);
 }
 
@@ -109,8 +112,9 @@ TEST(FaultPlanTest, ChanceFollowsTheSeed) {
     const auto drops = [&](unsigned int seed) {
         CChipEngine engine(With({"any:10%:drop"}, seed));
         std::string pattern;
-        for (const std::string& command : commands)
+        for (const std::string& command : commands) {
             pattern += ReplyText(engine.Receive(FromHex(command)).at(0)).empty() ? 'x' : '.';
+        }
         return pattern;
     };
     const std::string first = drops(1);

@@ -50,8 +50,9 @@ TEST(NciChipTest, KeepsTheRecordsAsTheyStandInTheirFile) {
     EXPECT_EQ(Answers(engine, "10 2F 2E 00"), "10 4F 2E 01 09");
     EXPECT_EQ(Answers(engine, SIGNATURE), SIGNED);
     std::string text;
-    for (const CHIP_RECORD& record : engine.Records())
+    for (const CHIP_RECORD& record : engine.Records()) {
         text += ToHex(record.bytes) + " in " + std::to_string(record.segments) + "\n";
+    }
     EXPECT_EQ(text,
               "10 2F 2E 03 00 01 10 in 1\n"
               "10 2F 2E 03 01 02 03 in 2\n"
@@ -63,8 +64,9 @@ TEST(NciChipTest, ARecordWithoutEndIsRefusedAndForgotten) {
     Bytes segment = FromHex("10 3F 2E FF");
     segment.resize(4 + 255);
     std::string answer;
-    for (int count = 0; count < 1000 && answer.empty(); ++count)
+    for (int count = 0; count < 1000 && answer.empty(); ++count) {
         answer = Answers(engine, ToHex(segment));
+    }
     EXPECT_EQ(answer, "10 4F 2E 01 0A");
     EXPECT_TRUE(engine.Records().empty());
     EXPECT_EQ(Answers(engine, SIGNATURE), SIGNED);

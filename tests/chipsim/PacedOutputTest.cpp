@@ -53,8 +53,9 @@ TEST(PacedOutputTest, BytesComeWhenALineOfThatSpeedWouldHaveCarriedThem) {
     };
     for (const CASE& c : cases) {
         CPacedOutput output(c.baud);
-        for (const CHIP_REPLY& reply : c.replies)
+        for (const CHIP_REPLY& reply : c.replies) {
             output.Queue(reply, 0);
+        }
         EXPECT_EQ(RunLine(output, 0), c.line);
     }
 }
@@ -89,8 +90,9 @@ TEST(PacedOutputTest, APortHangsUpBehindTheBytesOnceTheyCanHaveBeenRead) {
         EXPECT_FALSE(output.HangUpIsDue(2 * NS_PER_MS - 1));
         const std::span<const unsigned char> due = output.Due(2 * NS_PER_MS);
         EXPECT_EQ(due.size(), withBytes ? 2U : 0U);
-        if (withBytes)
+        if (withBytes) {
             output.Sent(due.size(), 2 * NS_PER_MS);
+        }
         EXPECT_NE(output.HangUpIsDue(2 * NS_PER_MS), withBytes);
         ASSERT_TRUE(output.NextDue());
         EXPECT_TRUE(output.HangUpIsDue(*output.NextDue()));

@@ -43,8 +43,9 @@ public:
             unsigned char buffer[256];
             const std::size_t room = std::min(sizeof buffer, count - bytes.size());
             const ssize_t got = ::read(m_Port.Get(), buffer, room);
-            if (got <= 0)
+            if (got <= 0) {
                 break;
+            }
             bytes.insert(bytes.end(), buffer, buffer + got);
         }
         return ToHex(bytes);

@@ -45,8 +45,9 @@ TEST(SparseMemoryTest, RegionsHoldEveryWrittenByteThoughItsValueIsThatOfAnErased
     memory.Write(0x1FFE, FromHex("AA FF FF BB"));
     memory.Write(0x2002, FromHex("CC"));
     std::string text;
-    for (const CSparseMemory::REGION& region : memory.WrittenRegions())
+    for (const CSparseMemory::REGION& region : memory.WrittenRegions()) {
         text += std::to_string(region.address) + ": " + ToHex(region.bytes) + "\n";
+    }
     EXPECT_EQ(text, "0: 03\n8190: AA FF FF BB CC\n4294967294: 01 02\n");
 }
 

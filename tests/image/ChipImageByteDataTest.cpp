@@ -151,8 +151,9 @@ TEST_F(CChipImageTest, BytesAreModifiedInsideARangeOnly) {
         EXPECT_EQ(m_Image.ModifySeveralBytes(c.range, c.offset, c.text), c.error);
     }
     std::string tooMany;
-    for (int i = 0; i < 8193; ++i)
+    for (int i = 0; i < 8193; ++i) {
         tooMany += "1 ";
+    }
     EXPECT_EQ(m_Image.ModifySeveralBytes(0, 0, tooMany.c_str()), "Failed to parse hex bytes.");
     EXPECT_EQ(ImageText(m_Image), "100:00A1B25A");
 }

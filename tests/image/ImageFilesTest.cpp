@@ -119,8 +119,9 @@ TEST_F(CImageFilesTest, ALongRunKeepsItsBytesWhenAnotherFollows) {
 // One HCD record: the operation, the address and the data.
 std::string Hcd(char operation, unsigned int address, const std::string& data) {
     std::string record{operation, '\xFC', static_cast<char>(data.size() + 4)};
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
         record += static_cast<char>(address >> 8 * i);
+    }
     return record + data;
 }
 
@@ -212,8 +213,9 @@ TEST_F(CImageFilesTest, NcdRecords) {
     for (const auto& c : cases) {
         const CTempFile file(c.bytes);
         std::string error = c.error;
-        if (error.ends_with("NAME"))
+        if (error.ends_with("NAME")) {
             error.replace(error.size() - 4, 4, file.Name());
+        }
         unsigned int sets = 7;
         EXPECT_EQ(m_Image.LoadFromNCDFile(file.Name(), &sets), error);
         EXPECT_EQ(ImageText(m_Image), c.ranges);

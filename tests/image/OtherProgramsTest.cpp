@@ -12,13 +12,15 @@ namespace {
 // What GNU objcopy writes loads to the very bytes it was made from.
 TEST(OtherPrograms, HexFilesOfObjcopyLoad) {
     // NOLINTNEXTLINE(cert-env33-c): fixed commands
-    if (std::system("objcopy --version > /dev/null 2>&1") != 0)
+    if (std::system("objcopy --version > /dev/null 2>&1") != 0) {
         GTEST_SKIP() << "no objcopy";
+    }
     std::mt19937 random(7);
     for (const std::string address : {"0x0", "0xFFF3", "0xFFF00", "0x80000000", "0xFFFD0000"}) {
         std::string bytes(196608, '\0');
-        for (char& byte : bytes)
+        for (char& byte : bytes) {
             byte = static_cast<char>(random());
+        }
         const CTempFile binary(bytes);
         const CTempFile hex("");
         // The section's address alone moves: with the entry point moved too, objcopy writes a start

@@ -30,8 +30,9 @@ Loaded LoadByPlainRules(const CPlainRules& plain, bool allowOverlap,
     const auto closeRun = [&] {
         unsigned int where = 0;
         const auto size = static_cast<unsigned int>(run.size());
-        if (run.empty())
+        if (run.empty()) {
             return true;
+        }
         if (!allowOverlap && result.image.Overlaps(start, size, &where)) {
             result.error = FormatText("Data overlap at address 0x%08X", where);
             return false;
@@ -44,14 +45,16 @@ Loaded LoadByPlainRules(const CPlainRules& plain, bool allowOverlap,
     };
     for (const CPlainRules::Data& data : plain.GetData()) {
         if (run.empty() || data.address != start + static_cast<unsigned int>(run.size())) {
-            if (!closeRun())
+            if (!closeRun()) {
                 return result;
+            }
             start = data.address;
         }
         run.insert(run.end(), data.bytes.begin(), data.bytes.end());
     }
-    if (result.error.empty())
+    if (result.error.empty()) {
         closeRun();
+    }
     return result;
 }
 
@@ -115,10 +118,12 @@ TEST(PlainRules, ManyShuffledRangesAndTheOneThatOverlaps) {
     constexpr unsigned int COUNT = 20000;
     CDamagedHex hex(1);
     std::vector<unsigned int> order(COUNT);
-    for (unsigned int i = 0; i < COUNT; ++i)
+    for (unsigned int i = 0; i < COUNT; ++i) {
         order[i] = i;
-    for (unsigned int i = COUNT - 1; i > 0; --i)
+    }
+    for (unsigned int i = COUNT - 1; i > 0; --i) {
         std::swap(order[i], order[hex.Below(i + 1)]);
+    }
     std::string text;
     for (const unsigned int i : order) {
         const unsigned int address = i * 11;

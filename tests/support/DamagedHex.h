@@ -19,38 +19,47 @@ public:
     // Whole records without damage; about one in apart does not continue the last one.
     std::string Records(unsigned int count, unsigned int apart) {
         std::string text;
-        for (unsigned int i = 0; i < count; ++i)
+        for (unsigned int i = 0; i < count; ++i) {
             text += Record(apart);
+        }
         return text;
     }
 
     void Damage(std::string& text, unsigned int times) {
-        for (unsigned int i = 0; i < times; ++i)
+        for (unsigned int i = 0; i < times; ++i) {
             DamageOnce(text);
+        }
     }
 
 private:
     std::vector<unsigned char> Bytes(unsigned int count) {
         std::vector<unsigned char> bytes(count);
-        for (unsigned char& byte : bytes)
+        for (unsigned char& byte : bytes) {
             byte = static_cast<unsigned char>(m_Random());
+        }
         return bytes;
     }
 
     std::string Record(unsigned int apart) {
         const unsigned int kind = Below(60);
-        if (kind == 0)
+        if (kind == 0) {
             return HexRecord(4, 0, {0xFF, static_cast<unsigned char>(0xFE + Below(2))});
-        if (kind == 1)
+        }
+        if (kind == 1) {
             return HexRecord(4, 0, {0, static_cast<unsigned char>(Below(2))});
-        if (kind == 2)
+        }
+        if (kind == 2) {
             return HexRecord(2, Below(3), {static_cast<unsigned char>(Below(256)), 0});
-        if (kind == 3)
+        }
+        if (kind == 3) {
             return HexRecord(5, 0, {0, 0, static_cast<unsigned char>(Below(256)), 1});
-        if (kind == 4)
+        }
+        if (kind == 4) {
             return HexRecord(4, 0, Bytes(Below(4)));
-        if (Below(apart) == 0)
+        }
+        if (Below(apart) == 0) {
             m_nAddress = Below(0x10000);
+        }
         const unsigned int size = kind < 8 ? Below(256) : kind < 30 ? Below(40) : 16;
         std::string record = HexRecord(0, m_nAddress, Bytes(size));
         m_nAddress += size;
@@ -85,12 +94,14 @@ private:
                 text.resize(at);
                 break;
             default:
-                if (at < text.size())
+                if (at < text.size()) {
                     text[at] = odd;
+                }
                 break;
         }
-        if (Below(20) == 0)
+        if (Below(20) == 0) {
             text.insert(0, "$\n");
+        }
     }
 
     std::mt19937 m_Random;

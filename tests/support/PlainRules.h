@@ -17,14 +17,16 @@ public:
     };
 
     explicit CPlainRules(const char* fileName) : m_pFile(std::fopen(fileName, "rt")) {
-        if (!TryFirstLines())
+        if (!TryFirstLines()) {
             return;
+        }
         std::rewind(m_pFile.get());
         m_Reader = CIntelHexReader();
         m_nLine = 0;
         for (Data data; GetMore(data);) {
-            if (!data.bytes.empty())
+            if (!data.bytes.empty()) {
                 m_Data.push_back(data);
+            }
         }
     }
 
@@ -36,10 +38,12 @@ private:
         for (int call = 1; call <= 7; ++call) {
             Data data;
             const bool more = GetMore(data);
-            if (more && call < 7 && !data.bytes.empty())
+            if (more && call < 7 && !data.bytes.empty()) {
                 return true;
-            if (!more)
+            }
+            if (!more) {
                 break;
+            }
         }
         m_strError = "Invalid file format: " + m_strError;
         return false;
@@ -47,8 +51,9 @@ private:
 
     bool GetMore(Data& data) {
         char buffer[550];
-        if (std::fgets(buffer, sizeof buffer, m_pFile.get()) == nullptr)
+        if (std::fgets(buffer, sizeof buffer, m_pFile.get()) == nullptr) {
             return false;
+        }
         std::string line = buffer;
         while (!line.empty() && std::string(" \t\n\v\f\r").find(line.back()) != std::string::npos) {
             line.pop_back();
@@ -60,8 +65,9 @@ private:
             m_strError = "Invalid intel hex data format: " + text;
             return false;
         }
-        if (skip)
+        if (skip) {
             return true;
+        }
         unsigned short type = 0;
         m_Reader.ProcessInputLine(line.c_str(), &data.address, data.bytes, &type);
         return type != 1;

@@ -13,8 +13,9 @@ public:
     explicit CTempFile(std::string_view contents) {
         char name[] = "/tmp/hciload-test-XXXXXX";
         const int fd = mkstemp(name);
-        if (fd >= 0)
+        if (fd >= 0) {
             close(fd);
+        }
         m_strName = name;
         std::ofstream(m_strName, std::ios::binary)
             .write(contents.data(), static_cast<std::streamsize>(contents.size()));

@@ -15,8 +15,9 @@ constexpr unsigned char operator""_u8(unsigned long long value) {
 }
 
 std::string BytesOf(const CByteBuffer& buffer) {
-    if (buffer.GetDataBuffer() == nullptr)
+    if (buffer.GetDataBuffer() == nullptr) {
         return "";
+    }
     return {reinterpret_cast<const char*>(buffer.GetDataBuffer()), buffer.GetDataByteSize()};
 }
 

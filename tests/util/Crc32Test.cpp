@@ -35,8 +35,9 @@ TEST(Crc32, AnyLengthInAnyPiecesAsBitByBit) {
     std::mt19937 random(1);
     for (unsigned int size = 0; size < 70; ++size) {
         std::vector<unsigned char> bytes(size);
-        for (auto& byte : bytes)
+        for (auto& byte : bytes) {
             byte = static_cast<unsigned char>(random());
+        }
         const unsigned int expected = BitByBit(bytes);
         EXPECT_EQ(crc(bytes.data(), size), expected);
         const unsigned int cut = size == 0 ? 0 : static_cast<unsigned int>(random()) % size;

@@ -14,12 +14,14 @@ constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
 bool CHexTextSource::Open(const char* name) {
     Close();
     m_pFile = OpenFileForReading(name);
-    if (!m_pFile)
+    if (!m_pFile) {
         return false;
+    }
     // Blocks go straight from the file into m_pBlock.
     std::setvbuf(m_pFile.get(), nullptr, _IONBF, 0);
-    if (!m_pBlock)
+    if (!m_pBlock) {
         m_pBlock = std::make_unique_for_overwrite<char[]>(BLOCK_SIZE);
+    }
     return true;
 }
 
@@ -37,11 +39,13 @@ void CHexTextSource::Fill() {
         m_nEnd -= m_nNext;
         m_nNext = 0;
     }
-    if (m_nReadError != 0 || std::feof(m_pFile.get()) != 0)
+    if (m_nReadError != 0 || std::feof(m_pFile.get()) != 0) {
         return;
+    }
     m_nEnd += std::fread(m_pBlock.get() + m_nEnd, 1, BLOCK_SIZE - m_nEnd, m_pFile.get());
-    if (std::ferror(m_pFile.get()) != 0)
+    if (std::ferror(m_pFile.get()) != 0) {
         m_nReadError = errno;
+    }
 }
 
 bool CHexTextSource::ReadLine(std::string& line, std::string* error) {

@@ -24,8 +24,9 @@ public:
 
     // The text that follows: at least one whole line or line piece unless the file ends in it.
     const char* GetText() {
-        if (GetTextSize() < LINE_BUFFER_SIZE)
+        if (GetTextSize() < LINE_BUFFER_SIZE) {
             Fill();
+        }
         return m_pBlock.get() + m_nNext;
     }
     std::size_t GetTextSize() const { return m_nEnd - m_nNext; }  // after GetText

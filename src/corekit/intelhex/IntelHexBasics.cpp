@@ -49,8 +49,9 @@ bool IsKnownRecordType(unsigned short type) {
 
 // The conversion is left to the C library, so that every oddity it accepts is exactly its own.
 bool ScanHexField(std::string_view line, size_t start, size_t length, unsigned short* value) {
-    if (start >= line.size())
+    if (start >= line.size()) {
         return false;
+    }
     return std::sscanf(std::string(line.substr(start, length)).c_str(), "%hX", value) == 1;
 }
 
@@ -58,15 +59,17 @@ bool ScanHexField(std::string_view line, size_t start, size_t length, unsigned s
 
 void CIntelHexBasics::AddAllowedText(const char* text, int lineNumber) {
     m_AllowedLines.emplace_back(text, lineNumber);
-    if (*text == ':')
+    if (*text == ':') {
         m_bRecordTextAllowed = true;
+    }
 }
 
 bool CIntelHexBasics::IsLineToSkip(const char* line, int lineNumber) const {
     for (const CAllowedLineInFile& allowed : m_AllowedLines) {
         const int number = allowed.GetLineNumber();
-        if ((number < 0 || number == lineNumber) && allowed.GetText() == line)
+        if ((number < 0 || number == lineNumber) && allowed.GetText() == line) {
             return true;
+        }
     }
     return false;
 }
@@ -79,8 +82,9 @@ bool CIntelHexBasics::ExtractHexField(const char* line, unsigned short start, un
 unsigned short CIntelHexBasics::ComputeChecksum(unsigned short count, unsigned short address,
                                                 unsigned short type, const unsigned short* data) {
     unsigned int sum = count + type + (address >> 8) + (address & 0xFFU);
-    for (unsigned int i = 0; i < count; ++i)
+    for (unsigned int i = 0; i < count; ++i) {
         sum += data[i];
+    }
     return static_cast<unsigned short>((0x100 - (sum & 0xFF)) & 0xFF);
 }
 
@@ -88,37 +92,48 @@ bool CIntelHexBasics::ValidateIntelHexLine(const char* line, int lineNumber, boo
                                            std::string* error, bool* skip) const {
     error->clear();
     *skip = IsLineToSkip(line, lineNumber);
-    if (*skip)
+    if (*skip) {
         return true;
+    }
     RecordFields fields;
     const RecordFault fault = CheckRecord(line, fields);
-    if (fault == RecordFault::None)
+    if (fault == RecordFault::None) {
         return true;
+    }
     *error = std::string(FAULT_TEXTS[static_cast<size_t>(fault)]) + line;
-    if (print)
+    if (print) {
         PrintFault(fault, line, fields);
+    }
     return false;
 }
 
 CIntelHexBasics::RecordFault CIntelHexBasics::CheckRecord(std::string_view line,
                                                           RecordFields& fields) {
-    if (line.size() < SHORTEST_RECORD)
+    if (line.size() < SHORTEST_RECORD) {
         return RecordFault::TooShort;
-    if (line[0] != ':')
+    }
+    if (line[0] != ':') {
         return RecordFault::StartingCharacter;
-    if (!ScanHexField(line, 1, 2, &fields.count))
+    }
+    if (!ScanHexField(line, 1, 2, &fields.count)) {
         return RecordFault::ByteCount;
-    if (!ScanHexField(line, 3, 4, &fields.address))
+    }
+    if (!ScanHexField(line, 3, 4, &fields.address)) {
         return RecordFault::LoadAddress;
-    if (!ScanHexField(line, 7, 2, &fields.type))
+    }
+    if (!ScanHexField(line, 7, 2, &fields.type)) {
         return RecordFault::RecordType;
-    if (!IsKnownRecordType(fields.type))
+    }
+    if (!IsKnownRecordType(fields.type)) {
         return RecordFault::UnknownType;
-    if (!ReadDataFields(line, fields))
+    }
+    if (!ReadDataFields(line, fields)) {
         return RecordFault::DataValue;
+    }
     const size_t end = DATA_POSITION + size_t{2} * fields.count;
-    if (!ScanHexField(line, end, 2, &fields.checksum))
+    if (!ScanHexField(line, end, 2, &fields.checksum)) {
         return RecordFault::Checksum;
+    }
     const unsigned short computed =
         ComputeChecksum(fields.count, fields.address, fields.type, fields.data.data());
     return fields.checksum == computed ? RecordFault::None : RecordFault::ChecksumMismatch;
@@ -127,8 +142,9 @@ CIntelHexBasics::RecordFault CIntelHexBasics::CheckRecord(std::string_view line,
 bool CIntelHexBasics::ReadDataFields(std::string_view line, RecordFields& fields) {
     for (size_t i = 0; i < fields.count; ++i) {
         unsigned short value = 0;
-        if (!ScanHexField(line, DATA_POSITION + 2 * i, 2, &value))
+        if (!ScanHexField(line, DATA_POSITION + 2 * i, 2, &value)) {
             return false;
+        }
         fields.data.push_back(value);
     }
     return true;

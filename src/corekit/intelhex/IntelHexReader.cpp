@@ -16,12 +16,15 @@ CIntelHexReader::CIntelHexReader() {
 }
 
 std::string CIntelHexReader::OpenDataFile(const char* name) {
-    if (m_Source.IsOpen())
+    if (m_Source.IsOpen()) {
         return "Already open!";
-    if (name == nullptr)
+    }
+    if (name == nullptr) {
         name = "";
-    if (!m_Source.Open(name))
+    }
+    if (!m_Source.Open(name)) {
         return std::string("Could not open file ") + name;
+    }
     ResetPosition();
     std::string error = TryFirstLines();
     if (!error.empty()) {
@@ -70,10 +73,12 @@ bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, u
                                   unsigned int* count, std::string* error) {
     error->clear();
     *count = 0;
-    if (!m_Source.IsOpen())
+    if (!m_Source.IsOpen()) {
         return false;
-    if (ReadPlainRecords(address, bytes, room, count))
+    }
+    if (ReadPlainRecords(address, bytes, room, count)) {
         return true;
+    }
     std::vector<unsigned char> data;
     const bool more = ReadAnyLine(address, data, error);
     // Two digits name 255 bytes at most; a count that a sign makes larger fits on no line and has
@@ -87,18 +92,21 @@ bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, u
 // the rules. Both ways have the same outcome.
 bool CIntelHexReader::ReadPlainRecords(unsigned int* address, unsigned char* bytes,
                                        unsigned int room, unsigned int* count) {
-    if (MayRecordsBeSkipped())
+    if (MayRecordsBeSkipped()) {
         return false;
+    }
     const char* text = m_Source.GetText();
     const std::size_t available = m_Source.GetTextSize();
     PlainHexRecord record;
-    if (!DecodePlainHexRecord(text, available, record, bytes))
+    if (!DecodePlainHexRecord(text, available, record, bytes)) {
         return false;
+    }
     TakeRecord(record.type, record.address, {bytes, record.count}, address);
     m_Source.Skip(record.textSize);
     ++m_nLineNumber;
-    if (record.type != INTEL_HEX_DATA)
+    if (record.type != INTEL_HEX_DATA) {
         return true;
+    }
     *count = record.count;
     if (record.count != 0 && room > record.count) {
         const unsigned int more = DecodeContinuingHexRecords(
@@ -131,8 +139,9 @@ bool CIntelHexReader::ReadAnyLine(unsigned int* address, std::vector<unsigned ch
         CloseDataFile();
         return false;
     }
-    if (skip)
+    if (skip) {
         return true;
+    }
     unsigned short recordType = 0;
     ProcessInputLine(line.c_str(), address, data, &recordType);
     // An end record in any other spelling ends the reading but leaves the file open: kept so.
@@ -149,15 +158,17 @@ void CIntelHexReader::ProcessInputLine(const char* line, unsigned int* address,
     ExtractHexField(line, 3, 4, &fields.address);
     ExtractHexField(line, 7, 2, &fields.type);
     *recordType = fields.type;
-    if (fields.type == INTEL_HEX_END_OF_FILE)
+    if (fields.type == INTEL_HEX_END_OF_FILE) {
         return;
+    }
     ReadDataFields(line, fields);
     for (const unsigned short value : fields.data) {
         data.push_back(static_cast<unsigned char>(value));
     }
     TakeRecord(fields.type, fields.address, data, address);
-    if (fields.type != INTEL_HEX_DATA)
+    if (fields.type != INTEL_HEX_DATA) {
         data.clear();
+    }
 }
 
 void CIntelHexReader::TakeRecord(unsigned int type, unsigned int loadAddress,

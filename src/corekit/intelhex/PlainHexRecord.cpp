@@ -21,12 +21,15 @@ using PairTable = std::array<std::uint16_t, 65536>;
 constexpr std::uint16_t VALID = 0x100;
 
 constexpr int DigitValue(int character) {
-    if (character >= '0' && character <= '9')
+    if (character >= '0' && character <= '9') {
         return character - '0';
-    if (character >= 'A' && character <= 'F')
+    }
+    if (character >= 'A' && character <= 'F') {
         return character - 'A' + 10;
-    if (character >= 'a' && character <= 'f')
+    }
+    if (character >= 'a' && character <= 'f') {
         return character - 'a' + 10;
+    }
     return -1;
 }
 
@@ -35,8 +38,9 @@ constexpr PairTable MakePairTable() {
     constexpr bool littleEndian = std::endian::native == std::endian::little;
     for (int first = '0'; first <= 'f'; ++first) {
         for (int second = '0'; second <= 'f'; ++second) {
-            if (DigitValue(first) < 0 || DigitValue(second) < 0)
+            if (DigitValue(first) < 0 || DigitValue(second) < 0) {
                 continue;
+            }
             const int index = littleEndian ? second << 8 | first : first << 8 | second;
             table[static_cast<std::size_t>(index)] =
                 static_cast<std::uint16_t>(VALID | DigitValue(first) << 4 | DigitValue(second));
@@ -96,10 +100,12 @@ unsigned int DecodeGroup(const char* text, unsigned char* out, unsigned int& sum
 #endif
 
 std::size_t LineEndSize(const char* text, std::size_t available) {
-    if (available >= 1 && text[0] == '\n')
+    if (available >= 1 && text[0] == '\n') {
         return 1;
-    if (available >= 2 && text[0] == '\r' && text[1] == '\n')
+    }
+    if (available >= 2 && text[0] == '\r' && text[1] == '\n') {
         return 2;
+    }
     return 0;
 }
 
@@ -114,8 +120,9 @@ inline unsigned int DecodeBytes(const char* digits, unsigned int count, unsigned
     unsigned int valid = VALID;
     unsigned int i = 0;
 #if defined(__SSE2__)
-    for (; i + GROUP_SIZE <= count; i += GROUP_SIZE)
+    for (; i + GROUP_SIZE <= count; i += GROUP_SIZE) {
         valid &= DecodeGroup(digits + std::size_t{2} * i, out + i, sum);
+    }
 #endif
     for (; i < count; ++i) {
         const unsigned int value = Pair(digits + std::size_t{2} * i);
@@ -130,8 +137,9 @@ inline unsigned int DecodeBytes(const char* digits, unsigned int count, unsigned
 
 bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecord& record,
                           unsigned char* out) {
-    if (available < SHORTEST_TEXT || text[0] != ':')
+    if (available < SHORTEST_TEXT || text[0] != ':') {
         return false;
+    }
     const unsigned int count = Pair(text + 1);
     const unsigned int high = Pair(text + 3);
     const unsigned int low = Pair(text + 5);
@@ -142,8 +150,9 @@ bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecor
     record.address = (high & 0xFF) << 8 | (low & 0xFF);
     record.type = type & 0xFF;
     const std::size_t digitsEnd = HEAD_SIZE + 2 * (std::size_t{record.count} + 1);
-    if (digitsEnd >= available || !IsDecodedType(record.type))
+    if (digitsEnd >= available || !IsDecodedType(record.type)) {
         return false;
+    }
 
     valid &= DecodeBytes(text + HEAD_SIZE, record.count, out, sum);
     const unsigned int checksum = Pair(text + digitsEnd - 2);
@@ -158,8 +167,9 @@ unsigned int DecodeContinuingHexRecords(const char* text, std::size_t available,
                                         const PlainHexRecord& first, unsigned int limit,
                                         unsigned char* out) {
     const unsigned int count = first.count;
-    if (first.type != 0 || count == 0)
+    if (first.type != 0 || count == 0) {
         return 0;
+    }
     const char* const firstText = text;
     const std::size_t digitsEnd = HEAD_SIZE + 2 * (std::size_t{count} + 1);
     unsigned int taken = 0;
@@ -173,8 +183,9 @@ unsigned int DecodeContinuingHexRecords(const char* text, std::size_t available,
         }
         const unsigned int high = Pair(text + 3);
         const unsigned int low = Pair(text + 5);
-        if (((high & 0xFF) << 8 | (low & 0xFF)) != address)
+        if (((high & 0xFF) << 8 | (low & 0xFF)) != address) {
             return taken;
+        }
         unsigned int sum = count + high + low;
         const unsigned int valid = high & low & DecodeBytes(text + HEAD_SIZE, count, out, sum);
         const unsigned int checksum = Pair(text + digitsEnd - 2);

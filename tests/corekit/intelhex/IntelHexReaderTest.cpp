@@ -28,8 +28,9 @@ ReadResult ReadOn(CIntelHexReader& reader) {
     unsigned int address = 0;
     Bytes data;
     while (reader.GetMoreInput(&address, data, &result.error)) {
-        if (!data.empty())
+        if (!data.empty()) {
             result.records.push_back({address, data});
+        }
     }
     return result;
 }
@@ -38,8 +39,9 @@ ReadResult ReadAll(const std::string& text) {
     const CTempFile file(text);
     CIntelHexReader reader;
     std::string error = reader.OpenDataFile(file.Name());
-    if (!error.empty())
+    if (!error.empty()) {
         return {{}, std::move(error)};
+    }
     return ReadOn(reader);
 }
 
@@ -156,8 +158,9 @@ TEST(IntelHexReader, AnAllowedRecordIsSkipped) {
     Bytes data;
     std::string error;
     while (reader.GetMoreInput(&address, data, &error)) {
-        if (!data.empty())
+        if (!data.empty()) {
             addresses.push_back(address);
+        }
     }
     EXPECT_EQ(error, "");
     EXPECT_EQ(addresses, (std::vector<unsigned int>{0x10, 0x30}));

@@ -31,8 +31,9 @@ Decoded Decode(const std::string& text) {
 
 Bytes Pattern(unsigned int size) {
     Bytes bytes;
-    for (unsigned int i = 0; i < size; ++i)
+    for (unsigned int i = 0; i < size; ++i) {
         bytes.push_back(static_cast<unsigned char>(i * 37 + 201));
+    }
     return bytes;
 }
 
@@ -42,8 +43,9 @@ TEST(PlainHexRecord, EverySizeAndType) {
             const std::string text = HexRecord(type, 0xA5C3, Pattern(size));
             const Decoded result = Decode(text + ":");
             ASSERT_EQ(result.ok, type == 0 || type == 2 || type == 4 || type == 5) << text;
-            if (!result.ok)
+            if (!result.ok) {
                 continue;
+            }
             EXPECT_EQ(result.record.address, 0xA5C3U);
             EXPECT_EQ(result.record.type, type);
             EXPECT_EQ(result.record.textSize, text.size());

@@ -9,8 +9,9 @@
 
 // load PORT FILE: loads firmware into the chip on a port and reads it back.
 int main(int argc, char** argv) {
-    if (argc != 3)
+    if (argc != 3) {
         return 2;
+    }
     std::string error;
     const std::string port = std::string("PORT=") + argv[1] + "\n";
     const std::unique_ptr<CSerialConnector> connector(
