@@ -1,6 +1,5 @@
-# The house has floors: a folder under src/ is one object library, and its files include only what
-# stands on the same floor or below. All folders together make the static library that the
-# programs, the tests and other people's programs link.
+# A folder under src/ is one object library; src/layers.txt says which folders it may use. All of them
+# together make the static library that the programs, the tests and other people's programs link.
 
 add_library(hciload_options INTERFACE)
 target_compile_options(hciload_options INTERFACE
