@@ -3,7 +3,7 @@
 #include <span>
 #include <string>
 
-#include "chipsim/FileDescriptor.h"
+#include "os/FileDescriptor.h"
 
 // A raw pseudo-terminal. The chip holds the master; whoever talks to the chip opens the slave by
 // its path. The slave is kept open here too, so that the port stays alive, and keeps its settings,

@@ -10,7 +10,7 @@
 #include <limits>
 #include <system_error>
 
-#include "chipsim/FileDescriptor.h"
+#include "os/FileDescriptor.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "chipsim/FileDescriptor.h"
+#include "os/FileDescriptor.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <array>
 #include <chrono>
 
-#include "chipsim/FileDescriptor.h"
 #include "chipsim/TerminalCommand.h"
+#include "os/FileDescriptor.h"
 
 namespace {
 

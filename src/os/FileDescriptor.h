@@ -1,13 +1,13 @@
 #pragma once
 
+#include <utility>
+
 // Owns one descriptor and closes it. -1 stands for none.
 class CFileDescriptor {
 public:
     CFileDescriptor() = default;
     explicit CFileDescriptor(int fd) : m_nFd(fd) {}
-    CFileDescriptor(const CFileDescriptor&) = delete;
-    CFileDescriptor& operator=(const CFileDescriptor&) = delete;
-    CFileDescriptor(CFileDescriptor&& other) noexcept;
+    CFileDescriptor(CFileDescriptor&& other) noexcept : m_nFd(std::exchange(other.m_nFd, -1)) {}
     CFileDescriptor& operator=(CFileDescriptor&& other) noexcept;
     ~CFileDescriptor() { Close(); }
 

@@ -1,17 +1,10 @@
-#include "chipsim/FileDescriptor.h"
+#include "os/FileDescriptor.h"
 
 #include <unistd.h>
 
-#include <utility>
-
-CFileDescriptor::CFileDescriptor(CFileDescriptor&& other) noexcept
-    : m_nFd(std::exchange(other.m_nFd, -1)) {}
-
 CFileDescriptor& CFileDescriptor::operator=(CFileDescriptor&& other) noexcept {
-    if (this != &other) {
-        Close();
-        m_nFd = std::exchange(other.m_nFd, -1);
-    }
+    CFileDescriptor taken(std::move(other));
+    std::swap(m_nFd, taken.m_nFd);
     return *this;
 }
 
