@@ -1,8 +1,11 @@
 #include "chipsim/IntelHexWriter.h"
 
 #include <algorithm>
+#include <numeric>
 #include <span>
+#include <vector>
 
+#include "util/HexText.h"
 #include "util/Wrap32.h"
 
 namespace {
@@ -12,27 +15,18 @@ constexpr unsigned char LINEAR_ADDRESS_RECORD = 0x04;
 constexpr std::uint32_t BYTES_PER_RECORD = 16;
 constexpr std::uint32_t SEGMENT_SIZE = 0x10000;
 
-void AppendHexByte(std::string& text, unsigned int value) {
-    constexpr char DIGITS[] = "0123456789ABCDEF";
-    text += DIGITS[(value >> 4) & 0x0F];
-    text += DIGITS[value & 0x0F];
-}
-
 void AppendRecord(std::string& text, unsigned char type, std::uint32_t offset,
                   std::span<const unsigned char> bytes) {
-    const unsigned int size = static_cast<unsigned int>(bytes.size());
-    const unsigned int head[] = {size, (offset >> 8) & 0xFF, offset & 0xFF, type};
-    unsigned int sum = 0;
+    std::vector<unsigned char> record = {static_cast<unsigned char>(bytes.size()),
+                                         static_cast<unsigned char>(offset >> 8),
+                                         static_cast<unsigned char>(offset), type};
+    record.insert(record.end(), bytes.begin(), bytes.end());
+    const unsigned int sum = std::accumulate(record.begin(), record.end(), 0U);
+    record.push_back(static_cast<unsigned char>(0x100 - (sum & 0xFF)));
     text += ':';
-    for (const unsigned int value : head) {
+    for (const unsigned char value : record) {
         AppendHexByte(text, value);
-        sum += value;
     }
-    for (const unsigned char value : bytes) {
-        AppendHexByte(text, value);
-        sum += value;
-    }
-    AppendHexByte(text, 0x100 - (sum & 0xFF));
     text += '\n';
 }
 

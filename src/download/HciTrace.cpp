@@ -11,15 +11,6 @@ namespace {
 
 constexpr int MAX_BYTES_IN_DEBUG_LINE = 32;
 
-void AppendBytes(std::string& text, const unsigned char* bytes, unsigned int count) {
-    const std::size_t start = text.size();
-    text.resize(start + std::size_t{3} * count);
-    char* cursor = text.data() + start;
-    for (unsigned int i = 0; i < count; ++i) {
-        AppendSpaceAndHexByte(&cursor, bytes[i]);
-    }
-}
-
 }  // namespace
 
 void DebugOut(const char* label, const unsigned char* bytes, unsigned int count) {
@@ -41,13 +32,13 @@ std::string ShowBytesString(const char* label, const unsigned char* bytes, unsig
                             unsigned int maxShown) {
     std::string text = FormatText("%s (%0d bytes):", label, static_cast<int>(count));
     if (count <= maxShown) {
-        AppendBytes(text, bytes, count);
+        ConcatHexBytesToString(text, bytes, static_cast<int>(count), 0);
         return text;
     }
-    const unsigned int half = maxShown / 2;
-    AppendBytes(text, bytes, half);
+    const int half = static_cast<int>(maxShown / 2);
+    ConcatHexBytesToString(text, bytes, half, 0);
     text += " ... ";
-    AppendBytes(text, bytes + (count - half), half);
+    ConcatHexBytesToString(text, bytes + count - half, half, 0);
     return text;
 }
 

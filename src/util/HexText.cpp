@@ -9,17 +9,6 @@
 
 namespace {
 
-// -1 for a character that is no digit.
-int HexDigitValue(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
 // Reads the token at cursor and moves behind it. -1 for a token that is no byte.
 int ParseByteToken(const char*& cursor) {
     int value = 0;
@@ -43,11 +32,6 @@ int ParseByteToken(const char*& cursor) {
 int RandomDigit() {
     thread_local std::minstd_rand generator{std::random_device{}()};
     return std::uniform_int_distribution<int>(0, 15)(generator);
-}
-
-void AppendHexByte(std::string& text, unsigned char byte) {
-    text += HexDigit(static_cast<unsigned char>(byte >> 4U));
-    text += HexDigit(byte);
 }
 
 }  // namespace
@@ -99,6 +83,11 @@ bool ParseHexBytesWithoutDelimiters(const char* text, unsigned char* out, unsign
 
 char HexDigit(unsigned char value) {
     return "0123456789ABCDEF"[value & 0x0FU];
+}
+
+void AppendHexByte(std::string& text, unsigned char byte) {
+    text += HexDigit(static_cast<unsigned char>(byte >> 4U));
+    text += HexDigit(byte);
 }
 
 unsigned int BytesToHexString(const unsigned char* bytes, unsigned int n, std::string& out,

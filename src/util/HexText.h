@@ -17,6 +17,18 @@ bool ParseHexBytesWithoutDelimiters(const char* text, unsigned char* out, unsign
 // The digit of the low four bits, '0' to '9' and 'A' to 'F'.
 char HexDigit(unsigned char value);
 
+// The value of a digit of either case; -1 for any other character.
+constexpr int HexDigitValue(int character) {
+    if (character >= '0' && character <= '9') {
+        return character - '0';
+    }
+    const int letter = character | 0x20;
+    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
+}
+
+// Appends two upper-case digits.
+void AppendHexByte(std::string& text, unsigned char byte);
+
 // Two upper-case digits for each byte, joined by separator, each with "0x" in front when withPrefix
 // is set. Returns the length; 0, with out left alone, for null bytes or n = 0.
 unsigned int BytesToHexString(const unsigned char* bytes, unsigned int n, std::string& out,

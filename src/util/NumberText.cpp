@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "util/HexText.h"
 #include "util/Wrap32.h"
 
 namespace {
@@ -17,7 +18,7 @@ bool IsBinaryDigit(char c) {
 }
 
 bool IsHexDigit(char c) {
-    return IsDecDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+    return HexDigitValue(c) >= 0;
 }
 
 bool AllDigits(std::string_view text, bool (*isDigit)(char)) {
@@ -31,16 +32,12 @@ bool IsPrefixed(const char* text, char lower, char upper, bool (*isDigit)(char))
     return AllDigits(text + 2, isDigit);
 }
 
-unsigned int DigitValue(char c) {
-    const char base = IsDecDigit(c) ? '0' : static_cast<char>((c >= 'a' ? 'a' : 'A') - 10);
-    return static_cast<unsigned int>(c - base);
-}
-
 // Modulo 2^32, so that a wider number keeps its low 32 bits on every platform.
 unsigned int ScanDigits(std::string_view digits, unsigned int radix) {
     unsigned int value = 0;
     for (const char c : digits) {
-        value = WrappingAdd(WrappingMultiply(value, radix), DigitValue(c));
+        value = WrappingAdd(WrappingMultiply(value, radix),
+                            static_cast<unsigned int>(HexDigitValue(c)));
     }
     return value;
 }

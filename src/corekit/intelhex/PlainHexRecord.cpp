@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "util/HexText.h"
+
 // Part of every x86-64, so nothing has to be chosen at run time. Other processors, and what is left
 // of a record, go by pairs.
 #if defined(__SSE2__)
@@ -20,30 +22,17 @@ constexpr std::size_t SHORTEST_TEXT = 12;  // no data, a checksum, a line feed
 using PairTable = std::array<std::uint16_t, 65536>;
 constexpr std::uint16_t VALID = 0x100;
 
-constexpr int DigitValue(int character) {
-    if (character >= '0' && character <= '9') {
-        return character - '0';
-    }
-    if (character >= 'A' && character <= 'F') {
-        return character - 'A' + 10;
-    }
-    if (character >= 'a' && character <= 'f') {
-        return character - 'a' + 10;
-    }
-    return -1;
-}
-
 constexpr PairTable MakePairTable() {
     PairTable table{};
     constexpr bool littleEndian = std::endian::native == std::endian::little;
     for (int first = '0'; first <= 'f'; ++first) {
         for (int second = '0'; second <= 'f'; ++second) {
-            if (DigitValue(first) < 0 || DigitValue(second) < 0) {
+            if (HexDigitValue(first) < 0 || HexDigitValue(second) < 0) {
                 continue;
             }
             const int index = littleEndian ? second << 8 | first : first << 8 | second;
-            table[static_cast<std::size_t>(index)] =
-                static_cast<std::uint16_t>(VALID | DigitValue(first) << 4 | DigitValue(second));
+            table[static_cast<std::size_t>(index)] = static_cast<std::uint16_t>(
+                VALID | HexDigitValue(first) << 4 | HexDigitValue(second));
         }
     }
     return table;
