@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "download/DownloaderAccess.h"
+#include "download/ChipDownloader.h"
 #include "os/OSTime.h"
 #include "util/Wrap32.h"
 
@@ -81,7 +81,7 @@ void PrintProgressLine(const CProgress& p) {
 
 // One poll; returns the state that it saw.
 DownloadStates PollAndPrint(CChipDownloader& downloader) {
-    const CDownloaderAccess access(&downloader);
+    const CLockGuard access(downloader.AccessLock());
     const CProgress progress = ReadProgress(downloader);
     PrintRecentDetails(downloader);
     PrintProgressLine(progress);
@@ -100,7 +100,7 @@ DownloadStates PollUntilFinal(CChipDownloader& downloader) {
 }
 
 void PrintFilledAreas(CChipDownloader& downloader) {
-    const CDownloaderAccess access(&downloader);
+    const CLockGuard access(downloader.AccessLock());
     const std::vector<COMPLETED_SECTION_INFO>& areas = *downloader.GetCompletedMemSegmentList();
     if (areas.empty()) {
         return;

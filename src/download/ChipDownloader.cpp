@@ -74,7 +74,7 @@ std::string CChipDownloader::PrepareForDownload() {
     if (!error.empty()) {
         // A downloader may be prepared again after a download that has come to its end.
         m_State = DOWNLOAD_TERMINATED_WITH_ERROR;
-        SetError(error.c_str());
+        SetError(error);
         return error;
     }
     m_nCodeBytesTotal = AddUpChunkSizes("FIRMWARE");
@@ -115,14 +115,13 @@ void CChipDownloader::LogPreparedDownload() {
     summary += descriptor.CountMinidriverFiles() > 0
                    ? " using minidriver " + descriptor.GetMinidriverFile(0)
                    : " without a minidriver";
-    AddLogText(summary.c_str());
+    AddLogText(summary);
 
     const char* vnpFile = m_LoadingInformation.GetVnpFileNameIfSpecified();
-    AddLogText(vnpFile == nullptr ? "No VNP file specified"
-                                  : (std::string("VNP file: ") + vnpFile).c_str());
+    AddLogText(vnpFile == nullptr ? "No VNP file specified" : std::string("VNP file: ") + vnpFile);
     const char* customType = m_LoadingInformation.GetCustomDLTypeIfSpecified();
     if (customType != nullptr) {
-        AddLogText((std::string("Custom download type: ") + customType).c_str());
+        AddLogText(std::string("Custom download type: ") + customType);
     }
     LogFileNames("The firmware is coming from the following files", descriptor.CountFirmwareFiles(),
                  &CChipDownloadDescriptor::GetFirmwareFile);
@@ -137,7 +136,7 @@ void CChipDownloader::LogFileNames(const char* heading, unsigned int count,
         AddLogText(heading);
     }
     for (unsigned int i = 0; i < count; ++i) {
-        AddLogText((m_LoadingInformation.GetDescriptor().*name)(i).c_str());
+        AddLogText((m_LoadingInformation.GetDescriptor().*name)(i));
     }
 }
 
@@ -149,7 +148,7 @@ std::string CChipDownloader::StartDownload(DownloadProgressCallback callback) {
         std::string error =
             std::string("CChipDownloader::StartDownload failed to start download thread! ") +
             m_pDownloadThread->Description();
-        SetError(error.c_str());
+        SetError(error);
         return error;
     }
     // So that the thread is under way when the caller starts polling.

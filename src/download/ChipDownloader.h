@@ -72,6 +72,7 @@ public:
     // The waiters are served in the order in which they came.
     bool LockForAccess();
     void UnlockAccess();
+    CFairMutex& AccessLock() { return m_AccessLock; }
 
     // What the procedures report.
     void SetState(DownloadStates state);
@@ -84,6 +85,10 @@ public:
     void SetStatusDetails(const char* text);
     void AddLogText(const char* text);
     void SetError(const char* text);
+    unsigned int ReportProgress(const std::string& text) { return ReportProgress(text.c_str()); }
+    void SetStatusDetails(const std::string& text) { SetStatusDetails(text.c_str()); }
+    void AddLogText(const std::string& text) { AddLogText(text.c_str()); }
+    void SetError(const std::string& text) { SetError(text.c_str()); }
 
     // What the poller reads. Outputs may be null unless said.
     DownloadStates GetStatus(unsigned int* codeDownloaded, unsigned int* dataDownloaded,

@@ -88,8 +88,7 @@ std::string CCustomX4410ADownloadAssistant::LoadPatchFiles(CChipDownloader* down
         const unsigned int records = image.CountContiguousRanges();
         Owner()->AddChunk(std::move(image));
         downloader->SetStatusDetails(
-            FormatText("A total of %d NCD records will be loaded...", static_cast<int>(records))
-                .c_str());
+            FormatText("A total of %d NCD records will be loaded...", static_cast<int>(records)));
     }
     return {};
 }
@@ -98,16 +97,16 @@ std::string CCustomX4410ADownloadAssistant::DisableSecureMode(CChipDownloader* d
     const std::string name = "SET_SECURE_MODE_CMD (DISABLE)";
     unsigned char command[] = {0x10, 0x2F, 0x23, 0x01, 0x00};
     unsigned char expected[] = {0x10, 0x4F, 0x23, 0x01, 0x00};
-    downloader->SetStatusDetails(("Issuing " + name).c_str());
+    downloader->SetStatusDetails("Issuing " + name);
     std::string error;
     if (SendCommandAndWaitForCompletion(downloader->SerialConnector(), nullptr, command,
                                         sizeof command, expected, sizeof expected, 1000, &error,
                                         nullptr)) {
-        downloader->SetStatusDetails((name + " succeeded").c_str());
+        downloader->SetStatusDetails(name + " succeeded");
     } else {
         // A chip that stays silent is reported and not refused: the records may still go through.
-        downloader->SetStatusDetails((name + " failed").c_str());
-        downloader->SetError((name + " failed").c_str());
+        downloader->SetStatusDetails(name + " failed");
+        downloader->SetError(name + " failed");
     }
     return error;
 }
@@ -166,7 +165,7 @@ std::string CCustomX4410ADownloadAssistant::SendSignatureRecord(CChipDownloader*
     if (!SendRecord(record, SIGNATURE_RESPONSE, m_nWaitForSignatureMS, &error, downloader) ||
         !error.empty()) {
         error += "Signature record transmission failed";
-        downloader->SetError(error.c_str());
+        downloader->SetError(error);
         return error;
     }
     downloader->IncrementDownloadByteCounter(false, record.GetDataByteSize());
@@ -180,7 +179,7 @@ std::string CCustomX4410ADownloadAssistant::SendPatchRecord(CChipDownloader* dow
     if (!SendRecord(record, PATCH_RESPONSE, m_nWaitForPatchRecordMS, &error, downloader) ||
         !error.empty()) {
         error += " patch record transmission failed";
-        downloader->SetError(error.c_str());
+        downloader->SetError(error);
         return error;
     }
     downloader->IncrementDownloadByteCounter(false, record.GetDataByteSize());

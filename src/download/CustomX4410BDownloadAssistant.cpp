@@ -27,7 +27,7 @@ std::string CCustomX4410BDownloadAssistant::FinishPatchSet(CChipDownloader* down
         return ClearRxFIFO(downloader);
     }
     error += "  Failure waiting for the NCI_RESET_NTF notification";
-    downloader->SetError(error.c_str());
+    downloader->SetError(error);
     // The line is drained after a failure too, but the failure stays the result: no record may
     // follow it, and no success.
     ClearRxFIFO(downloader);

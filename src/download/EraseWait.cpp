@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "download/DownloaderAccess.h"
+#include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
 #include "os/OSTime.h"
 
@@ -36,7 +36,7 @@ void CEraseWait::NoteProgress() {
     }
     m_nCount = 0;
     m_nLastProgressPoll = m_nPoll;
-    const CDownloaderAccess access(m_pDownloader);
+    const CLockGuard access(m_pDownloader->AccessLock());
     m_pDownloader->SetStatusDetails("Chip erase in progress");
 }
 

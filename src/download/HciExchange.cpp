@@ -5,7 +5,7 @@
 #include <cstring>
 #include <span>
 
-#include "download/DownloaderAccess.h"
+#include "download/ChipDownloader.h"
 #include "download/HciTrace.h"
 #include "os/OSTime.h"
 #include "transport/SerialConnector.h"
@@ -79,7 +79,7 @@ private:
 
     void ShowInStatus(const char* label, unsigned int count) {
         m_pDownloader->SetStatusDetails(
-            ShowBytesString(label, m_Buffer.data(), count, MAX_BYTES_IN_STATUS).c_str());
+            ShowBytesString(label, m_Buffer.data(), count, MAX_BYTES_IN_STATUS));
     }
 
     CSerialConnector* m_pConnector;
@@ -98,8 +98,7 @@ void SendAndTrace(CSerialConnector* connector, CByteBuffer* prefix, unsigned cha
     const auto sentLength = static_cast<unsigned int>(sent.size());
     if (downloader != nullptr) {
         downloader->SetStatusDetails(
-            ShowBytesString("Sending to HW ", sent.data(), sentLength, MAX_BYTES_IN_STATUS)
-                .c_str());
+            ShowBytesString("Sending to HW ", sent.data(), sentLength, MAX_BYTES_IN_STATUS));
     } else {
         DebugOut("Sending bytes to HW: ", sent.data(), sentLength);
     }
@@ -191,10 +190,8 @@ std::string ClearRxFIFO(CChipDownloader* downloader) {
         error = downloader->SerialConnector()->ReadReceivedBytes(
             stale.data(), static_cast<unsigned int>(stale.size()), &received);
         if (error.empty() && received > 0) {
-            downloader->SetStatusDetails(
-                ShowBytesString("Clearing Rx FIFO of bytes: ", stale.data(), received,
-                                MAX_BYTES_IN_STATUS)
-                    .c_str());
+            downloader->SetStatusDetails(ShowBytesString(
+                "Clearing Rx FIFO of bytes: ", stale.data(), received, MAX_BYTES_IN_STATUS));
         }
     } while (error.empty() && received > 0);
     return error;
@@ -206,7 +203,7 @@ bool PerformHCIReset(CChipDownloader* downloader) {
     unsigned char command[] = {0x03, 0x0C, 0x00};
     unsigned char expected[] = {0x03, 0x0C, 0x00};
     std::string error;
-    const CDownloaderAccess access(downloader);
+    const CLockGuard access(downloader->AccessLock());
     return SendCommandAndWaitForCompletion(
         downloader->SerialConnector(), downloader->UARTTransmitPrefix(), command, sizeof command,
         expected, sizeof expected, 100, &error, nullptr);

@@ -27,7 +27,7 @@ unsigned int LowAddressBits(const unsigned char* pointer) {
 
 void CNciSegments::Trace(const std::string& text) {
     if (m_pDownloader != nullptr) {
-        m_pDownloader->SetStatusDetails(text.c_str());
+        m_pDownloader->SetStatusDetails(text);
     }
 }
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <vector>
 
-#include "download/DownloaderAccess.h"
+#include "download/ChipDownloader.h"
 #include "download/EraseWait.h"
 #include "download/HciExchange.h"
 #include "download/HciTrace.h"
@@ -112,29 +112,27 @@ bool VintorVerifySingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
 }
 
 bool VintorMinidriverLaunch(CChipDownloader* downloader, unsigned int address) {
-    const CDownloaderAccess access(downloader);
+    const CLockGuard access(downloader->AccessLock());
     std::string error;
     if (!LaunchRAM(downloader, address, MINIDRIVER_LAUNCH_TIMEOUT_MS, &error)) {
-        downloader->SetError(FormatText("Launch minidriver at 0x%08X failed", address).c_str());
+        downloader->SetError(FormatText("Launch minidriver at 0x%08X failed", address));
         return false;
     }
-    downloader->SetStatusDetails(
-        FormatText("Launch minidriver at 0x%08X succeeded", address).c_str());
+    downloader->SetStatusDetails(FormatText("Launch minidriver at 0x%08X succeeded", address));
     return true;
 }
 
 bool VintorDownloadReset(CChipDownloader* downloader) {
-    const CDownloaderAccess access(downloader);
+    const CLockGuard access(downloader->AccessLock());
     const unsigned int address = downloader->DownloadInfo()->GetLaunchAddress();
     std::string error;
     const bool found = LaunchRAM(downloader, address, RESET_TIMEOUT_MS, &error);
     if (!found || !error.empty()) {
         downloader->SetError(
-            FormatText("Chip reset to address 0x%08X failed %s", address, error.c_str()).c_str());
+            FormatText("Chip reset to address 0x%08X failed %s", address, error.c_str()));
         return false;
     }
-    downloader->SetStatusDetails(
-        FormatText("Chip reset to address 0x%08X succeeded", address).c_str());
+    downloader->SetStatusDetails(FormatText("Chip reset to address 0x%08X succeeded", address));
     return true;
 }
 
@@ -152,15 +150,15 @@ bool VintorChipErase(CChipDownloader* downloader) {
     std::string error;
     const bool done = CEraseWait(downloader).Wait(&error);
     if (!done) {
-        const CDownloaderAccess access(downloader);
-        downloader->SetError(error.c_str());
+        const CLockGuard access(downloader->AccessLock());
+        downloader->SetError(error);
     }
     return done;
 }
 
 bool VerifyCRC(CChipDownloader* downloader, unsigned int address, unsigned int byteCount,
                unsigned int expectedCRC) {
-    const CDownloaderAccess access(downloader);
+    const CLockGuard access(downloader->AccessLock());
     DebugOut(FormatText("VerifyCRC  checking %0d bytes starting at 0x%08X     Expecting CRC value "
                         "%08X ",
                         static_cast<int>(byteCount), address, expectedCRC)
@@ -179,16 +177,14 @@ bool VerifyCRC(CChipDownloader* downloader, unsigned int address, unsigned int b
     if (!ReceiveCRC(downloader->SerialConnector(), &chipCRC)) {
         downloader->SetError(
             FormatText("CRC timeout while checking %d bytes starting at address 0x%08X",
-                       static_cast<int>(byteCount), address)
-                .c_str());
+                       static_cast<int>(byteCount), address));
         return false;
     }
     if (chipCRC != expectedCRC) {
         downloader->SetError(
             FormatText("CRC mismatch while checking %d bytes starting at address 0x%08X; host "
                        "computed %08X, firmware computed %08X",
-                       static_cast<int>(byteCount), address, expectedCRC, chipCRC)
-                .c_str());
+                       static_cast<int>(byteCount), address, expectedCRC, chipCRC));
         return false;
     }
     return true;

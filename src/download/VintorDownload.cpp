@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "download/DownloaderAccess.h"
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
 #include "download/VintorImages.h"
@@ -55,13 +54,13 @@ CPhases DecidePhases(const CChipImageLoadingInformation& info, const std::string
 }
 
 void EnterState(CChipDownloader* downloader, DownloadStates state) {
-    const CDownloaderAccess access(downloader);
+    const CLockGuard access(downloader->AccessLock());
     downloader->SetState(state);
 }
 
 void Fail(CChipDownloader* downloader, const std::string& error) {
-    const CDownloaderAccess access(downloader);
-    downloader->SetError(error.c_str());
+    const CLockGuard access(downloader->AccessLock());
+    downloader->SetError(error);
 }
 
 bool ResetChip(CChipDownloader* downloader) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "download/DownloaderAccess.h"
+#include "download/ChipDownloader.h"
 #include "download/VintorCommands.h"
 #include "download/WriteSize.h"
 #include "util/Crc32.h"
@@ -60,12 +60,12 @@ protected:
 
 private:
     bool Enter(DownloadStates entryState, DownloadStates workingState, unsigned int index) {
-        const CDownloaderAccess access(m_pDownloader);
+        const CLockGuard access(m_pDownloader->AccessLock());
         if (m_pDownloader->GetStatus(nullptr, nullptr, nullptr, nullptr) != entryState) {
             return false;
         }
         if (index == CChipImageLoadingInformation::NO_CHUNK) {
-            m_pDownloader->SetError(FormatText("%s chunk not found!", m_szKind).c_str());
+            m_pDownloader->SetError(FormatText("%s chunk not found!", m_szKind));
             return false;
         }
         m_pDownloader->SetState(workingState);
@@ -76,11 +76,9 @@ private:
         m_strSource = FormatText("   (SOURCE:  %s   %s   %s)", chunk.GetSourceType(),
                                  chunk.GetName(), chunk.GetSourceId());
         {
-            const CDownloaderAccess access(m_pDownloader);
-            m_pDownloader->AddLogText(FormatText("Downloading %s ...  %s",
-                                                 m_bIsCode ? "firmware" : "config",
-                                                 m_strSource.c_str())
-                                          .c_str());
+            const CLockGuard access(m_pDownloader->AccessLock());
+            m_pDownloader->AddLogText(FormatText(
+                "Downloading %s ...  %s", m_bIsCode ? "firmware" : "config", m_strSource.c_str()));
         }
         for (unsigned int i = 0; i < chunk.CountContiguousRanges(); ++i) {
             if (!m_pDownloader->IsRunning() || !RunRange(chunk.GetByteBuffer(i))) {
@@ -108,7 +106,7 @@ private:
             }
         }
         {
-            const CDownloaderAccess access(m_pDownloader);
+            const CLockGuard access(m_pDownloader->AccessLock());
             RecordRange(range);
             m_pDownloader->ClearLoadingBlockInfo();
         }
@@ -116,19 +114,19 @@ private:
     }
 
     bool RunRecord(const CByteBuffer& range, const CRecord& record, unsigned int* offset) {
-        const CDownloaderAccess access(m_pDownloader);
+        const CLockGuard access(m_pDownloader->AccessLock());
         if (!ExchangeRecord(record)) {
             return false;
         }
         std::string text = SuccessText(record);
         ConcatHexBytesToString(text, record.m_pData, record.m_nSize, m_bIsCode ? 16 : 256);
-        m_pDownloader->SetStatusDetails(text.c_str());
+        m_pDownloader->SetStatusDetails(text);
         *offset += record.m_nSize;
         CountBytes(record.m_nSize);
         m_pDownloader->UpdateLoadingBlockInfo(range.GetBaseAddress(),
                                               static_cast<int>(range.GetDataByteSize()),
                                               static_cast<int>(*offset), m_bIsCode);
-        m_pDownloader->ReportProgress(text.c_str());
+        m_pDownloader->ReportProgress(text);
         return true;
     }
 
@@ -154,8 +152,7 @@ private:
                                         record.m_nSize, record.m_nAddress)) {
             downloader->SetError(
                 FormatText("Download %s error trying to write %0d bytes to address 0x%08X %s",
-                           Word(), record.m_nSize, record.m_nAddress, SourceText().c_str())
-                    .c_str());
+                           Word(), record.m_nSize, record.m_nAddress, SourceText().c_str()));
             return false;
         }
         if (m_bCheckCRC) {
@@ -203,7 +200,7 @@ private:
                                      record.m_nSize, record.m_nAddress, &error)) {
             return true;
         }
-        downloader->SetError(FailureText(record, error).c_str());
+        downloader->SetError(FailureText(record, error));
         return false;
     }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "download/DownloaderAccess.h"
+#include "download/ChipDownloader.h"
 #include "download/VintorCommands.h"
 #include "download/WriteSize.h"
 #include "util/FormatText.h"
@@ -17,12 +17,11 @@ constexpr char KIND[] = "MINIDRIVER";
 const CChipImageByteData* FindMinidriver(CChipDownloader* downloader) {
     CChipImageLoadingInformation& info = *downloader->DownloadInfo();
     const unsigned int index = info.FindNextDataChunk(nullptr, KIND, 0);
-    const CDownloaderAccess access(downloader);
+    const CLockGuard access(downloader->AccessLock());
     const DownloadStates state = downloader->GetStatus(nullptr, nullptr, nullptr, nullptr);
     if (state != DOWNLOAD_INITIALIZED) {
         downloader->SetError(
-            ("VintorDownloadMinidriver: unexpected state " + CChipDownloader::GetStateName(state))
-                .c_str());
+            ("VintorDownloadMinidriver: unexpected state " + CChipDownloader::GetStateName(state)));
         return nullptr;
     }
     if (index == CChipImageLoadingInformation::NO_CHUNK) {
@@ -36,19 +35,17 @@ const CChipImageByteData* FindMinidriver(CChipDownloader* downloader) {
 
 bool WriteRecord(CChipDownloader* downloader, const unsigned char* data, unsigned char n,
                  unsigned int address) {
-    const CDownloaderAccess access(downloader);
+    const CLockGuard access(downloader->AccessLock());
     if (!VintorDownloadSingleRecord(downloader->SerialConnector(), downloader->UARTTransmitPrefix(),
                                     data, n, address)) {
-        downloader->SetError(
-            FormatText("Download minidriver error trying to write %0d bytes to address 0x%08X", n,
-                       address)
-                .c_str());
+        downloader->SetError(FormatText(
+            "Download minidriver error trying to write %0d bytes to address 0x%08X", n, address));
         return false;
     }
     const std::string text = FormatText(
         "Download minidriver successfully had written %0d bytes to address 0x%08X", n, address);
-    downloader->SetStatusDetails(text.c_str());
-    downloader->ReportProgress(text.c_str());
+    downloader->SetStatusDetails(text);
+    downloader->ReportProgress(text);
     return true;
 }
 

@@ -90,7 +90,7 @@ std::string CChipDownloader::VintorPreDownloadSendMessages() {
 std::string CChipDownloader::SendPreloadMessage(const std::string& toSend,
                                                 const std::string& expectedBack,
                                                 const std::string& maxTime) {
-    AddLogText(("Sending custom preload message bytes" + toSend).c_str());
+    AddLogText("Sending custom preload message bytes" + toSend);
     std::vector<unsigned char> command;
     if (!ParseMessageBytes(toSend, &command)) {
         return std::string(MESSAGES_NAME) + "Invalid BYTES TO SEND:" + toSend;
