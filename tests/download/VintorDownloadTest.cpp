@@ -117,8 +117,8 @@ TEST(VintorDownload, RulesAndOverridesDecideThePhases) {
         SCOPED_TRACE(c.m_szName);
         CDownloadSetup setup(CodeAndData(c.m_Rules, c.m_pfnOverride));
         // A chip that already holds the image, so that verifying alone succeeds.
-        setup.Chip().m_Memory = {{0x200000, 1}, {0x200001, 2}, {0x200002, 3}, {0x200003, 4},
-                                 {0x200004, 5}, {0x400, 6},    {0x401, 7},    {0x402, 8}};
+        setup.Chip().Memory().Write(0x200000, FromHex("01 02 03 04 05"));
+        setup.Chip().Memory().Write(0x400, FromHex("06 07 08"));
         EXPECT_EQ(PrepareAndRun(setup), DOWNLOAD_COMPLETED) << setup.Error();
         EXPECT_EQ(setup.Chip().m_Sent, c.m_Expected);
     }
@@ -261,7 +261,8 @@ TEST(VintorDownload, AddressesReachTheEndOf32Bits) {
                      "01 CC FC 08 FF FF FF FF 01 00 00 00", "01 4D FC 05 FF FF FF FF 01"}));
     EXPECT_THAT(AreasOf(setup.Downloader()),
                 ElementsAre("FFFFFFF0+16 CODE", "FFFFFFFF+1 DATA", "FFFFFFF0+16 CODE"));
-    EXPECT_EQ(setup.Chip().m_Memory.size(), 16U);
+    ASSERT_EQ(setup.Chip().Memory().WrittenRegions().size(), 1U);
+    EXPECT_EQ(setup.Chip().Memory().WrittenRegions()[0].bytes.size(), 16U);
 }
 
 // Each failure ends the sequence with one text and no further command.
@@ -372,9 +373,6 @@ TEST(VintorDownload, SurvivesWhatSlowAndNoisyLinesDo) {
             info.SetNeedToCheckCRC(true);
         }));
         setup.Chip().m_Faults = {fault};
-        // The pieces stand for the chip's own answer, so a write does not reach the memory.
-        setup.Chip().m_Memory = {
-            {0x200000, 1}, {0x200001, 2}, {0x200002, 3}, {0x200003, 4}, {0x200004, 5}};
         EXPECT_EQ(PrepareAndRun(setup), DOWNLOAD_COMPLETED) << setup.Error();
         const bool erased = fault.m_strFrameStart == ERASE_FLASH;
         const std::vector<std::string> details = setup.NewDetails();

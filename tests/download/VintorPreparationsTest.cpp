@@ -35,7 +35,7 @@ TEST(VintorPreparations, PreloadMessagesGoOutAsTheyAreWritten) {
         {"none", "", {MINIDRIVER_COMMAND}, ""},
         {"one", "{01 03 0C 00} {0E 04 01 03 0C 00} {200}", {"01 03 0C 00", MINIDRIVER_COMMAND}, ""},
         {"two, with words around them",
-         "first { 0x1 3 xC 0 } answer {0x0e} for { 8 ms } then {01 AA 0C 00}{01 AA 0C 00}{20}",
+         "first { 0x1 3 xC 0 } answer {0x0e} for { 8 ms } then {01 AA 0C 00}{01 AA 0C 01}{20}",
          {"01 03 0C 00", "01 AA 0C 00", MINIDRIVER_COMMAND},
          ""},
         {"a brace too few: not there at all", "{01 03 0C 00} {0E} {200", {MINIDRIVER_COMMAND}, ""},

@@ -1,53 +1,69 @@
 #pragma once
 
+#include <algorithm>
 #include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "chipsim/ChipEngine.h"
 #include "support/HexBytes.h"
 #include "transport/SerialConnector.h"
-#include "util/ByteOrder.h"
-#include "util/Crc32.h"
 
-// A connector with a whole chip behind it, in memory: it keeps what was sent, and answers every
-// command of the standard download at once unless the test says how it misbehaves. Used on one
-// thread at a time, as connectors are.
+// A connector to chipsim's chip without a line between them: it records what is sent, and the chip
+// answers at once, unless the test says what comes instead. For one thread at a time.
 class CFakeChip final : public CSerialConnector {
 public:
-    // What comes instead of the chip's answer, once, when a frame that begins like that is sent.
+    // What comes in place of the chip's answer, once, when a frame that begins like this is sent.
     struct CFault {
-        std::string m_strFrameStart;  // hexadecimal
-        // What successive reads return, hexadecimal; "" is a read in vain.
-        std::vector<std::string> m_Pieces;
-        std::string m_strReadError;  // what further reads return, when not empty
+        std::string m_strFrameStart;        // hexadecimal
+        std::vector<std::string> m_Pieces;  // what each read returns, hexadecimal; "" = nothing yet
+        std::string m_strReadError;         // of the reads after them, until the next frame
     };
 
-    explicit CFakeChip(const char* parameters = " PORT=/dev/ttyS0\n") {
-        m_pParameters = std::make_unique<CCommunicationParameters>();
-        m_pParameters->ParseCommParams(parameters);
+    // Connected from the start, unless there are no parameters.
+    explicit CFakeChip(const std::string& parameters = " PORT=/dev/ttyS0\n")
+        : m_Engine(Settings()) {
+        if (!parameters.empty()) {
+            m_pParameters = std::make_unique<CCommunicationParameters>();
+            m_pParameters->ParseCommParams(parameters.c_str());
+        }
     }
 
     std::vector<CFault> m_Faults;
+    std::string m_strConnectError;
     std::string m_strTransmitError;
+    std::string m_strReadError;            // of reads that find nothing; "" = there is none
     std::function<void()> m_pfnFrameSent;  // called for each frame, before its answer
 
-    std::vector<std::string> m_Sent;  // hexadecimal, a text for each transmission
+    std::vector<std::string> m_Sent;  // hexadecimal, one text for each transmission
     unsigned int m_nReads = 0;
-    std::map<unsigned int, unsigned char> m_Memory;
 
-    // What reads return before anything is sent.
-    void Receive(const Bytes& bytes) { m_Received.push_back(bytes); }
+    CSparseMemory& Memory() { return m_Engine.Memory(); }
 
-    unsigned char MemoryAt(unsigned int address) const {
-        const auto found = m_Memory.find(address);
-        return found == m_Memory.end() ? 0xFF : found->second;
+    // Bytes that come unasked: one read returns them, and the receive callback gets them too.
+    void Receive(Bytes bytes) {
+        if (m_pCallback != nullptr) {
+            m_pCallback(m_pContext, bytes.data(), static_cast<unsigned int>(bytes.size()));
+        }
+        m_Received.push_back(std::move(bytes));
     }
 
-    std::string Connect(CCommunicationParameters&, RxCallback, void*) override { return {}; }
-    std::string Disconnect() override { return {}; }
+    std::string Connect(CCommunicationParameters& params, RxCallback rxCallback,
+                        void* context) override {
+        if (m_strConnectError.empty()) {
+            m_pParameters = std::make_unique<CCommunicationParameters>(params);
+            m_pCallback = rxCallback;
+            m_pContext = context;
+        }
+        return m_strConnectError;
+    }
+
+    std::string Disconnect() override {
+        m_pParameters.reset();
+        return {};
+    }
 
     std::string TransmitBytes(unsigned char* bytes, unsigned int count) override {
         const Bytes frame(bytes, bytes + count);
@@ -55,8 +71,13 @@ public:
         if (m_pfnFrameSent) {
             m_pfnFrameSent();
         }
+        std::vector<CHIP_REPLY> replies = Execute(frame);
         if (!TakeFault(m_Sent.back())) {
-            Answer(frame);
+            for (CHIP_REPLY& reply : replies) {
+                for (CHIP_REPLY_PIECE& piece : reply.pieces) {
+                    Receive(std::move(piece.bytes));
+                }
+            }
         }
         return m_strTransmitError;
     }
@@ -64,19 +85,15 @@ public:
     std::string ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
                                   unsigned int* gotBytes) override {
         ++m_nReads;
-        *gotBytes = 0;
         if (m_Received.empty()) {
-            if (!m_strReadError.empty()) {
-                *gotBytes = 0xFFFFFFFFU;
-            }
+            *gotBytes = m_strReadError.empty() ? 0 : 0xFFFFFFFFU;
             return m_strReadError;
         }
         Bytes& piece = m_Received.front();
-        while (*gotBytes < maxBytes && *gotBytes < piece.size()) {
-            buf[*gotBytes] = piece[*gotBytes];
-            ++*gotBytes;
-        }
-        piece.erase(piece.begin(), piece.begin() + *gotBytes);
+        const std::size_t count = std::min<std::size_t>(maxBytes, piece.size());
+        std::copy_n(piece.begin(), count, buf);
+        *gotBytes = static_cast<unsigned int>(count);
+        piece.erase(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
         if (piece.empty()) {
             m_Received.pop_front();
         }
@@ -84,63 +101,45 @@ public:
     }
 
 private:
+    // An erase takes no time and leaves the memory alone: what was written before can be read.
+    static CHIP_SETTINGS Settings() {
+        CHIP_SETTINGS settings;
+        settings.eraseTimeMs = 0;
+        settings.eraseMarkers = 0;
+        settings.ramFirst = 0;
+        settings.ramLast = 0xFFFFFFFF;
+        settings.keepsLog = false;
+        return settings;
+    }
+
+    // The chip executes the command whatever becomes of its answer. It is a chip on a UART: where
+    // the port is none, the packet indicator is added for it.
+    std::vector<CHIP_REPLY> Execute(Bytes frame) {
+        if (m_pParameters->GetPortType() != PORT_TYPE_UART) {
+            frame.insert(frame.begin(), 0x01);
+        }
+        m_Engine.LineWentQuiet();
+        return m_Engine.Receive(frame);
+    }
+
     bool TakeFault(const std::string& frame) {
         m_strReadError.clear();
-        for (auto fault = m_Faults.begin(); fault != m_Faults.end(); ++fault) {
-            if (!frame.starts_with(fault->m_strFrameStart)) {
-                continue;
-            }
-            for (const std::string& piece : fault->m_Pieces) {
-                m_Received.push_back(FromHex(piece));
-            }
-            m_strReadError = fault->m_strReadError;
-            m_Faults.erase(fault);
-            return true;
+        const auto fault = std::ranges::find_if(m_Faults, [&](const CFault& candidate) {
+            return frame.starts_with(candidate.m_strFrameStart);
+        });
+        if (fault == m_Faults.end()) {
+            return false;
         }
-        return false;
+        for (const std::string& piece : fault->m_Pieces) {
+            Receive(FromHex(piece));
+        }
+        m_strReadError = fault->m_strReadError;
+        m_Faults.erase(fault);
+        return true;
     }
 
-    void Answer(const Bytes& frame) {
-        const std::size_t start = m_pParameters->GetPortType() == PORT_TYPE_UART ? 1 : 0;
-        if (frame.size() < start + 3) {
-            return;
-        }
-        const unsigned char* command = frame.data() + start;
-        const unsigned char* parameters = command + 3;
-        const unsigned int address =
-            frame.size() < start + 7 ? 0 : CopyLittleEndianBufferToUint32(parameters);
-        Bytes reply = {0x01, command[0], command[1], 0x00};
-        switch (CopyLittleEndianBufferToUint16(command)) {
-            case 0xFC4C:
-                for (unsigned int i = 0; i + 4 < command[2]; ++i) {
-                    m_Memory[address + i] = parameters[4 + i];
-                }
-                break;
-            case 0xFC4D:
-                for (unsigned int i = 0; i < parameters[4]; ++i) {
-                    reply.push_back(MemoryAt(address + i));
-                }
-                break;
-            case 0xFCCC:
-                AppendCRC(address, CopyLittleEndianBufferToUint32(parameters + 4), &reply);
-                break;
-            default:  // an erase leaves the memory alone: what was written can then be told apart
-                break;
-        }
-        reply.insert(reply.begin(), {0x04, 0x0E, static_cast<unsigned char>(reply.size())});
-        m_Received.push_back(reply);
-    }
-
-    void AppendCRC(unsigned int address, unsigned int count, Bytes* reply) const {
-        Bytes content(count);
-        for (unsigned int i = 0; i < count; ++i) {
-            content[i] = MemoryAt(address + i);
-        }
-        unsigned char value[4];
-        CopyUint32ToLittleEndianBuffer(crc(content.data(), count), value);
-        reply->insert(reply->end(), value, value + 4);
-    }
-
+    CChipEngine m_Engine;
     std::deque<Bytes> m_Received;
-    std::string m_strReadError;
+    RxCallback m_pCallback = nullptr;
+    void* m_pContext = nullptr;
 };

@@ -6,13 +6,11 @@
 
 #include "os/LockGuard.h"
 #include "os/OSTime.h"
-#include "support/FakeConnector.h"
+#include "support/FakeChip.h"
 #include "support/TestTerminal.h"
 #include "transport/UARTConnector.h"
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
 
 // Takes whatever the communicator holds at this moment.
 Bytes TakeAll(CCommunicatorWithRxQueue& communicator) {
@@ -26,17 +24,17 @@ Bytes TakeAll(CCommunicatorWithRxQueue& communicator) {
 TEST(CommunicatorWithRxQueue, RefusesWithItsReason) {
     CCommunicatorWithRxQueue communicator(100);
     CCommunicationParameters params;
-    CFakeConnector connected;
-    CFakeConnector connector(nullptr, "");
-    CFakeConnector another(nullptr, "");
+    CFakeChip connected;
+    CFakeChip connector("");
+    CFakeChip another("");
     EXPECT_EQ(communicator.Disconnect(), "m_pConnector is NULL!");
     EXPECT_EQ(communicator.Connect(nullptr, params), "NULL pConnector!");
     EXPECT_EQ(communicator.Connect(&connected, params), "pConnector is in connected state!");
 
-    connector.FailConnects("failed to open port: x");
+    connector.m_strConnectError = "failed to open port: x";
     EXPECT_EQ(communicator.Connect(&connector, params), "") << "not passed on";
     EXPECT_EQ(communicator.Disconnect(), "m_pConnector is NULL!");
-    connector.FailConnects("");
+    connector.m_strConnectError = "";
     EXPECT_EQ(communicator.Connect(&connector, params), "");
     EXPECT_TRUE(connector.IsConnected());
     EXPECT_EQ(communicator.Connect(&connector, params), "pConnector is in connected state!");
@@ -49,7 +47,7 @@ TEST(CommunicatorWithRxQueue, RefusesWithItsReason) {
 TEST(CommunicatorWithRxQueue, DropsWhatFindsNoRoom) {
     CCommunicatorWithRxQueue communicator(10);
     CCommunicationParameters params;
-    CFakeConnector connector(nullptr, "");
+    CFakeChip connector("");
     ASSERT_EQ(communicator.Connect(&connector, params), "");
     connector.Receive({1, 2, 3, 4, 5, 6, 7, 8});
     unsigned char more[] = {9, 10, 11};
