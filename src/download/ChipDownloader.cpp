@@ -10,6 +10,10 @@
 #include "util/DateTimeHolder.h"
 #include "util/FormatText.h"
 
+// The procedures use the downloader, so their header cannot be included here.
+CCustomDownloadAssistant* MakeCustomDownloadAssistant(const char* type,
+                                                      CChipImageLoadingInformation* owner);
+
 namespace {
 
 constexpr std::size_t RESERVED_DETAILS = 32768;
@@ -67,6 +71,7 @@ void CChipDownloader::EndDownloadThread() {
 std::string CChipDownloader::PrepareForDownload() {
     m_CompletedAreas.clear();
     OpenLogFile();
+    m_LoadingInformation.SetCustomDownloadAssistantMaker(&MakeCustomDownloadAssistant);
     std::string error = m_LoadingInformation.PrepareToLoad(this);
     if (error.empty() && m_LoadingInformation.IsVintorMode()) {
         error = VintorDownloadFinalPreparations();

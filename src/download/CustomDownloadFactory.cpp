@@ -1,3 +1,5 @@
+#include "download/CustomDownloadFactory.h"
+
 #include "download/CustomX4410ADownloadAssistant.h"
 #include "download/CustomX4410BDownloadAssistant.h"
 #include "util/TextCase.h"

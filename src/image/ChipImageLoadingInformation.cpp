@@ -234,7 +234,9 @@ std::string CChipImageLoadingInformation::LoadVintorConfig(const char* fileName,
 
 std::string CChipImageLoadingInformation::CustomDownloadPrepare(CChipDownloader* downloader) {
     CCustomDownloadAssistant* assistant =
-        MakeCustomDownloadAssistant(m_strCustomDownloadType.c_str(), this);
+        m_pMakeCustomDownloader == nullptr
+            ? nullptr
+            : m_pMakeCustomDownloader(m_strCustomDownloadType.c_str(), this);
     if (assistant == nullptr) {
         return "Unrecognized custom download type " + m_strCustomDownloadType;
     }

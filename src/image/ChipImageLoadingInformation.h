@@ -58,6 +58,10 @@ public:
     // Outside Vintor mode, names the procedure that downloads; the configuration files are then its
     // input. Called before PrepareToLoad.
     void SetCustomDownloadType(std::string type) { m_strCustomDownloadType = std::move(type); }
+    // Who makes the assistant for that type; without a maker, no type is recognized.
+    void SetCustomDownloadAssistantMaker(CustomDownloadAssistantMaker maker) {
+        m_pMakeCustomDownloader = maker;
+    }
     // Null when there is none.
     const char* GetCustomDLTypeIfSpecified() const { return TextOrNull(m_strCustomDownloadType); }
     const char* GetVnpFileNameIfSpecified() const { return TextOrNull(m_strVnpFileName); }
@@ -122,6 +126,7 @@ private:
     bool m_bVintorMode = false;
     bool m_bIssueDownloadMinidriver = true;
     std::string m_strCustomDownloadType;
+    CustomDownloadAssistantMaker m_pMakeCustomDownloader = nullptr;
     CCustomDownloadAssistantRef m_CustomDownloader;
     unsigned int m_nLaunchAddress = 0;
     bool m_bEmptyLoadAllowed = false;

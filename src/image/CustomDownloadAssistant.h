@@ -69,8 +69,7 @@ private:
     CCustomDownloadAssistant* m_pAssistant = nullptr;
 };
 
-// Makes the assistant for a custom download type, compared without regard to case, or returns null
-// for a type that nobody serves. The loading information needs it; the floor of the procedures
-// defines it.
-CCustomDownloadAssistant* MakeCustomDownloadAssistant(const char* type,
-                                                      CChipImageLoadingInformation* owner);
+// Makes the assistant for a custom download type, compared without regard to case. Null for a type
+// that nobody serves.
+using CustomDownloadAssistantMaker =
+    CCustomDownloadAssistant* (*)(const char* type, CChipImageLoadingInformation* owner);
