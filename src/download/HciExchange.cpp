@@ -15,6 +15,7 @@ namespace {
 
 constexpr unsigned int POLL_PERIOD_MS = 4;
 constexpr unsigned int MAX_BYTES_IN_STATUS = 64;
+constexpr unsigned int MAX_DRAINS = 25;
 
 // Collects received bytes until a pattern shows up or the polls run out.
 class CReplyWait {
@@ -106,6 +107,25 @@ void SendAndTrace(CSerialConnector* connector, CByteBuffer* prefix, unsigned cha
     connector->TransmitBytes(sent.data(), sentLength);
 }
 
+// Reads until nothing is left.
+std::string Drain(CChipDownloader* downloader, bool* hadBytes) {
+    std::array<unsigned char, 64> stale;
+    std::string error;
+    unsigned int received = 0;
+    *hadBytes = false;
+    do {
+        received = 0;
+        error = downloader->SerialConnector()->ReadReceivedBytes(
+            stale.data(), static_cast<unsigned int>(stale.size()), &received);
+        if (error.empty() && received > 0) {
+            *hadBytes = true;
+            downloader->SetStatusDetails(ShowBytesString(
+                "Clearing Rx FIFO of bytes: ", stale.data(), received, MAX_BYTES_IN_STATUS));
+        }
+    } while (error.empty() && received > 0);
+    return error;
+}
+
 }  // namespace
 
 bool SendCommandAndWaitForCompletion(CSerialConnector* connector, CByteBuffer* prefix,
@@ -182,18 +202,17 @@ unsigned char* FindBytesInBuffer(unsigned char* buffer, unsigned int count,
 }
 
 std::string ClearRxFIFO(CChipDownloader* downloader) {
-    std::array<unsigned char, 64> stale;
-    std::string error;
-    unsigned int received = 0;
-    do {
-        received = 0;
-        error = downloader->SerialConnector()->ReadReceivedBytes(
-            stale.data(), static_cast<unsigned int>(stale.size()), &received);
-        if (error.empty() && received > 0) {
-            downloader->SetStatusDetails(ShowBytesString(
-                "Clearing Rx FIFO of bytes: ", stale.data(), received, MAX_BYTES_IN_STATUS));
-        }
-    } while (error.empty() && received > 0);
+    bool hadBytes = false;
+    return Drain(downloader, &hadBytes);
+}
+
+std::string DrainUntilSilent(CChipDownloader* downloader) {
+    bool hadBytes = false;
+    std::string error = Drain(downloader, &hadBytes);
+    for (unsigned int drains = 1; hadBytes && error.empty() && drains < MAX_DRAINS; ++drains) {
+        PutThreadToSleep(SILENCE_MS);
+        error = Drain(downloader, &hadBytes);
+    }
     return error;
 }
 

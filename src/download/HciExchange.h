@@ -48,5 +48,13 @@ unsigned char* FindBytesInBuffer(unsigned char* buffer, unsigned int count,
 // Discards what the transport has received so far, without waiting for more.
 std::string ClearRxFIFO(CChipDownloader* downloader);
 
+// How long nothing must come until the line counts as silent: longer than the 16 ms for which USB
+// adapters hold received bytes back.
+inline constexpr unsigned int SILENCE_MS = 20;
+
+// ClearRxFIFO; if there were bytes, repeated until none come for SILENCE_MS, because the rest may
+// still be on the line. Gives up after half a second on a line that never falls silent.
+std::string DrainUntilSilent(CChipDownloader* downloader);
+
 // True when the chip answered HCI_Reset within 100 ms. Takes the access lock.
 bool PerformHCIReset(CChipDownloader* downloader);

@@ -4,8 +4,10 @@
 #include <string>
 
 #include "download/ChipDownloader.h"
+#include "download/HciExchange.h"
 #include "download/VintorCommands.h"
 #include "download/WriteSize.h"
+#include "os/OSTime.h"
 #include "util/Crc32.h"
 #include "util/FormatText.h"
 #include "util/HexText.h"
@@ -194,10 +196,11 @@ public:
 private:
     bool ExchangeRecord(const CRecord& record) override {
         CChipDownloader* downloader = Downloader();
-        std::string error;
-        if (VintorVerifySingleRecord(downloader->SerialConnector(),
-                                     downloader->UARTTransmitPrefix(), record.m_pData,
-                                     record.m_nSize, record.m_nAddress, &error)) {
+        // What an earlier reply left behind would be taken for the data.
+        std::string error = DrainUntilSilent(downloader);
+        if (error.empty() && VintorVerifySingleRecord(
+                                 downloader->SerialConnector(), downloader->UARTTransmitPrefix(),
+                                 record.m_pData, record.m_nSize, record.m_nAddress, &error)) {
             return true;
         }
         downloader->SetError(FailureText(record, error));
@@ -248,12 +251,16 @@ bool VintorDownloadConfigData(CChipDownloader* downloader, bool checkCRC) {
         .Run(DOWNLOAD_READY_TO_DOWNLOAD, DOWNLOAD_LOADING_DATA);
 }
 
+// Bytes that follow the last reply of a write may still be on the line: the first drain would miss
+// them if it came at once.
 bool VintorVerifyFirmware(CChipDownloader* downloader) {
+    PutThreadToSleep(SILENCE_MS);
     return CVerifyPass(downloader, "FIRMWARE", true)
         .Run(DOWNLOAD_READY_TO_VERIFY, DOWNLOAD_VERIFYING_CODE);
 }
 
 bool VintorVerifyConfigData(CChipDownloader* downloader) {
+    PutThreadToSleep(SILENCE_MS);
     return CVerifyPass(downloader, "CONFIG", false)
         .Run(DOWNLOAD_READY_TO_VERIFY, DOWNLOAD_VERIFYING_DATA);
 }

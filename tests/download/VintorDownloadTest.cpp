@@ -361,6 +361,8 @@ TEST(VintorDownload, SurvivesWhatSlowAndNoisyLinesDo) {
         {RESET, {"04 0E", "", "04 01 03", "0C 00"}, ""},
         {WRITE_CODE, {"55 AA 04 0E 04", "", "01 4C FC 00"}, ""},
         {CRC_CODE, {"55", "04 0E 08 01 CC FC 00 F4 99 0B", "", "47"}, ""},
+        // Reading back starts with a silent line, whatever the command before it left behind.
+        {CRC_DATA, {"04 0E 08 01 CC FC 00 55 BB 56 BA", "55", "", "55 AA"}, ""},
         {READ_CODE, {"04", "0E 09 01 4D FC 00 01 02", "", "03 04 05"}, ""},
         // The end of an erase counts wherever it stands, a marker only at the end.
         {ERASE_FLASH, {"04 FF 01 CE", "", "04 FF 01", "CE", "04 0E 04 01 CE FF 00 FF 01 CE"}, ""},
