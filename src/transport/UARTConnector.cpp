@@ -5,7 +5,16 @@
 
 #include "os/OSExecutionThread.h"
 #include "os/OSTime.h"
-#include "os/UARTLocks.h"
+
+std::atomic<CSynchronizationMutex*> pUARTReadMutex{nullptr};
+std::atomic<CSynchronizationMutex*> pUARTWriteMutex{nullptr};
+
+void SignalHandler(int /*signal*/) {
+    CSynchronizationMutex* const mutex = pUARTReadMutex;
+    if (mutex != nullptr) {
+        mutex->Unlock();
+    }
+}
 
 std::string CUARTConnector::Connect(CCommunicationParameters& params, RxCallback rxCallback,
                                     void* context) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -56,6 +57,14 @@ private:
     WORKER m_Reader;
     WORKER m_Writer;  // nothing starts one: TransmitBytes sends from the caller's thread
 };
+
+// The locks that belong to the threads of the connector that connected last; null while it has
+// none. The connector owns them, and nothing locks them.
+extern std::atomic<CSynchronizationMutex*> pUARTReadMutex;
+extern std::atomic<CSynchronizationMutex*> pUARTWriteMutex;
+
+// Unlocks pUARTReadMutex if it is set. Shaped like a signal handler, but nothing installs it.
+void SignalHandler(int signal);
 
 // Thread functions; the context is the CUARTTransportData. Both run until they are cancelled.
 unsigned int UARTReadThread(CExecutionThread* thread);

@@ -11,8 +11,6 @@
 #include <thread>
 
 #include "os/MACAddress.h"
-#include "os/OSMutex.h"
-#include "os/UARTLocks.h"
 
 namespace {
 
@@ -93,17 +91,6 @@ TEST(MACAddress, IsTheFixedOne) {
     GetMACAddress(out.data() + 1);
     const std::array<unsigned char, 8> expected{0, 1, 2, 3, 4, 5, 6, 0};
     EXPECT_EQ(out, expected);
-}
-
-TEST(UARTLocks, SignalHandlerUnlocksTheReadLock) {
-    SignalHandler(SIGIO);  // no lock, nothing to do
-    COSMutex lock;
-    pUARTReadMutex = &lock;
-    ASSERT_TRUE(lock.WaitToLock(0));
-    SignalHandler(SIGIO);
-    EXPECT_TRUE(lock.WaitToLock(0)) << "would hang were it still held";
-    lock.Unlock();
-    pUARTReadMutex = nullptr;
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 #include "os/OSExecutionThread.h"
 #include "os/OSTime.h"
-#include "os/UARTLocks.h"
 #include "support/TestTerminal.h"
 #include "support/UnaffordableThreads.h"
 
@@ -267,6 +266,17 @@ TEST(UARTConnector, HundredsOfConnectionsLeaveNothingBehind) {
     while (CountEntries("/proc/self/task") > threads) {
         PutThreadToSleep(1);
     }
+}
+
+TEST(UARTConnector, SignalHandlerUnlocksTheReadLock) {
+    SignalHandler(SIGIO);  // no lock, nothing to do
+    COSMutex lock;
+    pUARTReadMutex = &lock;
+    ASSERT_TRUE(lock.WaitToLock(0));
+    SignalHandler(SIGIO);
+    EXPECT_TRUE(lock.WaitToLock(0)) << "would hang were it still held";
+    lock.Unlock();
+    pUARTReadMutex = nullptr;
 }
 
 TEST(UARTWriteThread, SendsWhatIsQueuedAndEndsWhenAsked) {
