@@ -11,6 +11,7 @@
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
 #include "os/OSTime.h"
+#include "support/TestTerminal.h"
 #include "transport/UARTConnector.h"
 #include "util/ByteBuffer.h"
 
@@ -21,14 +22,18 @@ namespace {
 
 constexpr unsigned int ADDRESS = 0x00500000;
 
+std::string ConnectTo(CUARTConnector& connector, const std::string& path) {
+    CCommunicationParameters parameters;
+    parameters.ParseCommParams(("PORT=" + path + "\n").c_str());
+    return connector.Connect(parameters, nullptr, nullptr);
+}
+
 class CConnectedChip {
 public:
     explicit CConnectedChip(unsigned int baud) : m_Chip(Settings(baud)) {
         std::string error = m_Chip.Start();
         if (error.empty()) {
-            CCommunicationParameters parameters;
-            parameters.ParseCommParams(("PORT=" + m_Chip.PortPath() + "\n").c_str());
-            error = m_Connector.Connect(parameters, nullptr, nullptr);
+            error = ConnectTo(m_Connector, m_Chip.PortPath());
         }
         if (!error.empty()) {
             throw std::runtime_error(error);
@@ -59,9 +64,9 @@ private:
     CByteBuffer m_Prefix{1, 0x01};
 };
 
-double ThreadProcessorSeconds() {
+double ProcessorSeconds(int who) {
     rusage usage{};
-    getrusage(RUSAGE_THREAD, &usage);
+    getrusage(who, &usage);
     const auto seconds = [](const timeval& time) {
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
     };
@@ -72,7 +77,7 @@ double ThreadProcessorSeconds() {
 template <typename Exchange>
 void RunExchanges(benchmark::State& state, Exchange exchange) {
     SharpenSleepsOfThisThread();  // as the download thread does
-    const double before = ThreadProcessorSeconds();
+    const double before = ProcessorSeconds(RUSAGE_THREAD);
     for (auto _ : state) {
         if (!exchange()) {
             state.SkipWithError("no reply");
@@ -80,8 +85,24 @@ void RunExchanges(benchmark::State& state, Exchange exchange) {
         }
     }
     state.counters["cpu_per_exchange_us"] = benchmark::Counter(
-        (ThreadProcessorSeconds() - before) * 1e6, benchmark::Counter::kAvgIterations);
+        (ProcessorSeconds(RUSAGE_THREAD) - before) * 1e6, benchmark::Counter::kAvgIterations);
 }
+
+// core_share: the part of a core that an open port costs while nothing arrives.
+void SilentLine(benchmark::State& state) {
+    const CTestTerminal terminal;
+    CUARTConnector connector;
+    if (!ConnectTo(connector, terminal.Path()).empty()) {
+        state.SkipWithError("cannot connect");
+    }
+    const double before = ProcessorSeconds(RUSAGE_SELF);
+    for (auto _ : state) {
+        PutThreadToSleep(1000);
+    }
+    state.counters["core_share"] = benchmark::Counter(ProcessorSeconds(RUSAGE_SELF) - before,
+                                                      benchmark::Counter::kAvgIterations);
+}
+BENCHMARK(SilentLine)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 // In a thread of its own, so that no benchmark before it has changed how it sleeps.
 void BareSleep(benchmark::State& state) {

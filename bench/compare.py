@@ -169,6 +169,9 @@ def exchange(program, rows):
     share = record["cpu_per_exchange_us"] / record["real_time"]
     rows.append(("processor time of the download thread", f"{share:.2%} of a core", "", "", "1 %",
                  share < 0.01))  # fmt: skip
+    idle = benchmark(program, "SilentLine/real_time")["core_share"]
+    rows.append(("processor time of a port while nothing arrives", f"{idle:.2%} of a core", "", "",
+                 "0.5 %", idle <= 0.005))  # fmt: skip
     line = benchmark(program, "WriteRecordAt115200/251/real_time")["line_use"]
     rows.append(("line use at 115200 baud, 251-byte records", f"{line:.1%}", "", "", "93 %",
                  line >= 0.93))  # fmt: skip

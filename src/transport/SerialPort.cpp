@@ -1,6 +1,7 @@
 #include "transport/SerialPort.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include "os/CancellationWindow.h"
 #include "transport/TerminalSettings.h"
 
 namespace {
@@ -72,6 +74,15 @@ void IgnoreUnsettledSigio() {
     }
 }
 
+template <class CALL>
+auto RetryInterrupted(CALL call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
 }  // namespace
 
 bool CSerialPort::Open(const std::string& path) {
@@ -127,18 +138,18 @@ void CSerialPort::Close() {
     }
 }
 
-ssize_t CSerialPort::Read(std::span<unsigned char> bytes) const {
-    ssize_t count = 0;
-    do {
-        count = read(m_nDescriptor, bytes.data(), bytes.size());
-    } while (count < 0 && errno == EINTR);
-    return count;
+ssize_t CSerialPort::WaitAndRead(std::span<unsigned char> bytes) const {
+    // Open for read as well: another process may take the bytes that poll has announced and have
+    // set the line so that read waits for more.
+    const CCancellationWindow window;
+    pollfd line{m_nDescriptor, POLLIN, 0};
+    RetryInterrupted([&] { return poll(&line, 1, -1); });
+    if ((line.revents & POLLIN) == 0) {
+        return -1;
+    }
+    return RetryInterrupted([&] { return read(m_nDescriptor, bytes.data(), bytes.size()); });
 }
 
 ssize_t CSerialPort::Write(std::span<const unsigned char> bytes) const {
-    ssize_t count = 0;
-    do {
-        count = write(m_nDescriptor, bytes.data(), bytes.size());
-    } while (count < 0 && errno == EINTR);
-    return count;
+    return RetryInterrupted([&] { return write(m_nDescriptor, bytes.data(), bytes.size()); });
 }

@@ -11,7 +11,7 @@
 // An open serial device: owns the descriptor, the lock on the terminal and the settings it had. Who
 // destroys or closes it gets the terminal back as it was.
 //
-// One thread opens and closes; Read and Write may run on different threads in between.
+// One thread opens and closes; WaitAndRead and Write may run on different threads in between.
 class CSerialPort {
 public:
     CSerialPort() = default;
@@ -35,8 +35,11 @@ public:
     // not open.
     void Close();
 
-    // As read(2) and write(2), tried again when interrupted.
-    ssize_t Read(std::span<unsigned char> bytes) const;
+    // Waits for bytes and reads them. Returns their number, 0 or -1 when the line has hung up or
+    // fails, which it then does at once. A thread that is asked to end may end in here.
+    ssize_t WaitAndRead(std::span<unsigned char> bytes) const;
+
+    // As write(2), tried again when interrupted.
     ssize_t Write(std::span<const unsigned char> bytes) const;
 
 private:

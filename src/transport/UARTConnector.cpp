@@ -125,18 +125,20 @@ void CUARTConnector::CleanUp() {
 
 unsigned int UARTReadThread(CExecutionThread* thread) {
     auto* const transport = static_cast<CUARTTransportData*>(thread->GetContext());
-    constexpr timespec pause{0, 100000};
+    constexpr timespec pauseAfterBytes{0, 100000};
+    // A line that has hung up answers at once, again and again.
+    constexpr timespec pauseAfterNone{0, 50000000};
     std::array<unsigned char, 255> buffer{};
     for (;;) {
         // A failed read counts as nothing received: after a hang-up the line may stay silent for
         // good, and it is the caller's time limits that notice.
-        const ssize_t got = transport->Port().Read(buffer);
+        const ssize_t got = transport->Port().WaitAndRead(buffer);
         if (got > 0) {
             const auto count = static_cast<unsigned int>(got);
             transport->TransferReceivedBytesFromUART(buffer.data(), count);
             transport->CallReceiveCallback(buffer.data(), count);
         }
-        __nsleep(&pause, nullptr);
+        __nsleep(got > 0 ? &pauseAfterBytes : &pauseAfterNone, nullptr);
     }
 }
 

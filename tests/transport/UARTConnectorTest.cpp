@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <ctime>
 #include <filesystem>
+#include <future>
 #include <iterator>
 #include <mutex>
 #include <thread>
@@ -192,13 +194,21 @@ TEST(UARTConnector, OverflowsWhenNobodyReads) {
     EXPECT_EQ(ReadAll(connector, 3), (Bytes{1, 2, 3}));
 }
 
+std::clock_t ProcessorMillisecondsOf200() {
+    const std::clock_t before = std::clock();
+    PutThreadToSleep(200);
+    return (std::clock() - before) * 1000 / CLOCKS_PER_SEC;
+}
+
 TEST(UARTConnector, SurvivesTheHangUpOfTheLine) {
     CTestTerminal terminal;
     CUARTConnector connector;
     ASSERT_EQ(ConnectTo(connector, terminal.Path()), "");
     ASSERT_TRUE(terminal.Send({1, 2, 3}));
     EXPECT_EQ(ReadAll(connector, 3), (Bytes{1, 2, 3}));
+    EXPECT_LT(ProcessorMillisecondsOf200(), 10) << "a silent line costs nothing";
     terminal.HangUp();
+    EXPECT_LT(ProcessorMillisecondsOf200(), 10) << "and so does one that is gone";
 
     unsigned char byte = 0;
     unsigned int got = 1;
@@ -212,6 +222,31 @@ TEST(UARTConnector, SurvivesTheHangUpOfTheLine) {
     EXPECT_EQ(Transmit(connector, {1}), "") << "closed: the bytes go nowhere";
     EXPECT_EQ(connector.ReadReceivedBytes(&byte, 1, &got), "");
     EXPECT_EQ(got, 0U);
+}
+
+// Another program may make the line wait for bytes. With "min 2 time 255" poll already announces a
+// single byte for which read then waits another 25 seconds.
+TEST(UARTConnector, DisconnectsWhateverTheReaderWaitsFor) {
+    const struct {
+        cc_t min, time;
+        Bytes sent;
+    } cases[] = {{1, 0, {}}, {0, 255, {}}, {2, 255, {7}}};
+    for (const auto& c : cases) {
+        CTestTerminal terminal;
+        CUARTConnector connector;
+        ASSERT_EQ(ConnectTo(connector, terminal.Path()), "");
+        termios settings = terminal.Settings();
+        settings.c_cc[VMIN] = c.min;
+        settings.c_cc[VTIME] = c.time;
+        ASSERT_EQ(tcsetattr(terminal.Slave(), TCSANOW, &settings), 0);
+        ASSERT_TRUE(terminal.Send(c.sent));
+        PutThreadToSleep(50);
+        auto done = std::async(std::launch::async, [&] { return connector.Disconnect(); });
+        EXPECT_EQ(done.wait_for(std::chrono::seconds(5)), std::future_status::ready) << int{c.min};
+        terminal.Send({1, 2, 3});  // frees a reader that is stuck
+        EXPECT_EQ(done.get(), "");
+        EXPECT_TRUE(terminal.IsAsAtTheStart());
+    }
 }
 
 TEST(UARTConnector, LeavesAHandlerOfSigioAlone) {
