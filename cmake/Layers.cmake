@@ -4,6 +4,8 @@
 add_library(hciload_options INTERFACE)
 target_compile_options(hciload_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+    # The lock rules in os/ThreadSafety.h.
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     # CChipDownloader has virtual functions and no virtual destructor, as its header says.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-delete-non-abstract-non-virtual-dtor>)
 

@@ -70,9 +70,9 @@ public:
     bool IsCanceled();
 
     // The waiters are served in the order in which they came.
-    bool LockForAccess();
-    void UnlockAccess();
-    CFairMutex& AccessLock() { return m_AccessLock; }
+    bool LockForAccess() HCILOAD_ACQUIRE(m_AccessLock);
+    void UnlockAccess() HCILOAD_RELEASE(m_AccessLock);
+    CFairMutex& AccessLock() HCILOAD_RETURN_CAPABILITY(m_AccessLock) { return m_AccessLock; }
 
     // What the procedures report.
     void SetState(DownloadStates state);

@@ -1,14 +1,12 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <cstdint>
 
-#include "os/SynchronizationMutex.h"
+#include "os/OSMutex.h"
 
 // A lock that is granted in the order of asking. With a plain mutex a thread that unlocks and locks
-// again within microseconds keeps everybody else out for as long as it does so; here it queues up
-// behind those who already wait. Not recursive; must not be destroyed while held or waited for.
+// again within microseconds keeps all others out; here it queues up after those who already wait.
+// Not recursive; must not be destroyed while held or waited for.
 class CFairMutex : public CSynchronizationMutex {
 public:
     CFairMutex() = default;
@@ -17,12 +15,15 @@ public:
     ~CFairMutex() override;
 
     // Waits as long as it takes: like COSMutex it ignores the time limit and always returns true.
-    bool WaitToLock(unsigned int timeoutMs) override;
-    void Unlock() override;
+    bool WaitToLock(unsigned int timeoutMs) override HCILOAD_ACQUIRE();
+    void Unlock() override HCILOAD_RELEASE();
 
 private:
-    pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;  // guards the two numbers below
+    void WaitForTurn() HCILOAD_EXCLUDES(m_Mutex);
+    void ServeNext() HCILOAD_EXCLUDES(m_Mutex);
+
+    COSMutex m_Mutex;
     pthread_cond_t m_Turn = PTHREAD_COND_INITIALIZER;
-    std::uint64_t m_nNextTicket = 0;
-    std::uint64_t m_nNowServing = 0;
+    std::uint64_t m_nNextTicket HCILOAD_GUARDED_BY(m_Mutex) = 0;
+    std::uint64_t m_nNowServing HCILOAD_GUARDED_BY(m_Mutex) = 0;
 };

@@ -10,13 +10,16 @@ public:
     COSMutex() = default;
     COSMutex(const COSMutex&) = delete;
     COSMutex& operator=(const COSMutex&) = delete;
-    // Does not destroy the POSIX mutex: one that is still held at this moment would make that
-    // undefined, and a default mutex owns nothing that could leak.
+    // Does not destroy the POSIX mutex: that is undefined for one that is still held, and a default
+    // mutex owns nothing that could leak.
     ~COSMutex() override = default;
 
     // Waits as long as it takes: the time limit is accepted and ignored. Always returns true.
-    bool WaitToLock(unsigned int timeoutMs) override;
-    void Unlock() override;
+    bool WaitToLock(unsigned int timeoutMs) override HCILOAD_ACQUIRE();
+    void Unlock() override HCILOAD_RELEASE();
+
+    // The POSIX mutex, for waiting on a condition variable with it.
+    pthread_mutex_t* GetHandle() { return &m_Mutex; }
 
 private:
     pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;

@@ -9,7 +9,8 @@
 std::atomic<CSynchronizationMutex*> pUARTReadMutex{nullptr};
 std::atomic<CSynchronizationMutex*> pUARTWriteMutex{nullptr};
 
-void SignalHandler(int /*signal*/) {
+// Whoever holds the lock is not seen from here.
+HCILOAD_NO_THREAD_SAFETY_CHECK void SignalHandler(int /*signal*/) {
     CSynchronizationMutex* const mutex = pUARTReadMutex;
     if (mutex != nullptr) {
         mutex->Unlock();
