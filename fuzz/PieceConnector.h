@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "FuzzInput.h"
+#include "support/FakeClock.h"
 #include "transport/SerialConnector.h"
 
 // A port on which anything at all may arrive, in any pieces: each read gives the next piece of the
@@ -13,6 +14,8 @@
 //   00 to EF  a piece of so many bytes, which follow; none is a read in vain
 //   F0 to FE  a flood: 64 times what follows, up to 8 bytes
 //   FF        from here on every read fails
+//
+// Nobody waits while it lives: an exchange with all its polls takes microseconds.
 class CPieceConnector final : public CSerialConnector {
 public:
     // Past the end of the script reads are in vain; after readLimit reads (0 = never) they fail.
@@ -83,6 +86,7 @@ private:
         }
     }
 
+    CFakeClock m_Clock;
     unsigned int m_nReadLimit;
     bool m_bFails = false;
     std::deque<std::vector<unsigned char>> m_Pieces;

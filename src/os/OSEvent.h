@@ -1,7 +1,8 @@
 #pragma once
 
-#include <pthread.h>
+#include <ctime>
 
+#include "os/OSMutex.h"
 #include "os/SynchronizationEvent.h"
 
 // An event without memory: SetEvent wakes at most one thread that waits at that moment and is lost
@@ -21,7 +22,7 @@ public:
 
 private:
     pthread_cond_t m_Condition = PTHREAD_COND_INITIALIZER;
-    pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;
+    COSMutex m_Mutex;
 };
 
 // The wall-clock time that lies timeoutMs after now, without a carry from the nanoseconds into the

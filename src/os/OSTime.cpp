@@ -3,30 +3,18 @@
 #ifdef __linux__
 #include <sys/prctl.h>
 #endif
-#include <sys/time.h>
-
-#include <cerrno>
 
 #include "os/CancellationWindow.h"
-
-namespace {
-
-timeval ReadWallClock() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return now;
-}
-
-}  // namespace
+#include "os/Clock.h"
 
 // Those who measure intervals with this count on the value within the second; a running count
 // would change every time they report.
 unsigned int GetCurrentOSTimeMS() {
-    return static_cast<unsigned int>(ReadWallClock().tv_usec / 1000);
+    return static_cast<unsigned int>(CClock::InUse().Now().tv_usec / 1000);
 }
 
 void GetCurrentOSTime(dth* time) {
-    const timeval now = ReadWallClock();
+    const timeval now = CClock::InUse().Now();
     tm local{};
     localtime_r(&now.tv_sec, &local);
     *time = dth{};
@@ -53,7 +41,7 @@ int __nsleep(const timespec* req, timespec* rem) {  // NOLINT(bugprone-reserved-
     const CCancellationWindow window;
     timespec left = *req;
     timespec next{};
-    while (nanosleep(&left, &next) != 0 && errno == EINTR) {
+    while (!CClock::InUse().Sleep(left, next)) {
         left = next;
         if (rem != nullptr) {
             *rem = left;
