@@ -1,7 +1,5 @@
 #include "download/CustomX4410ADownloadAssistant.h"
 
-#include <vector>
-
 #include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
 #include "download/NciSegments.h"
@@ -11,21 +9,16 @@
 
 namespace {
 
-// The response to a record, status 00; a signature is confirmed by a notification as well.
-constexpr unsigned char PATCH_RESPONSE[] = {0x10, 0x4F, 0x2E, 0x01, 0x00};
-constexpr unsigned char SIGNATURE_RESPONSE[] = {0x10, 0x4F, 0x2E, 0x01, 0x00,
-                                                0x10, 0x6F, 0x2E, 0x01, 0x00};
-
-const CDownloadRulesSet* RulesOf(CChipDownloader* downloader) {
-    return downloader->DownloadInfo()->GetRules();
-}
-
-// A parameter that is no number above zero leaves the default.
+// Keeps the default unless the parameter is a number above 0.
 void ReadPositive(const CDownloadRulesSet& rules, const char* name, unsigned int* field) {
     int value = 0;
     if (TryToGetIntValue(rules.GetDownloadParameter(name), &value) && value > 0) {
         *field = static_cast<unsigned int>(value);
     }
+}
+
+bool IsSignature(const CByteBuffer& record) {
+    return record.GetFlag() != 0;
 }
 
 }  // namespace
@@ -36,11 +29,11 @@ std::string CCustomX4410ADownloadAssistant::DownloadPrepare(CChipDownloader* dow
     if (!error.empty()) {
         return error;
     }
-    if (const CDownloadRulesSet* rules = RulesOf(downloader)) {
+    if (const CDownloadRulesSet* rules = Owner()->GetRules()) {
         ReadParameters(*rules);
     }
-    error = LoadPatchFiles(downloader);
-    // The chip's own default is secure: only leaving it takes a command.
+    error = LoadPatchFile(downloader);
+    // Secure is the chip's default: only the other mode takes a command.
     return error.empty() && !m_bSecureMode ? DisableSecureMode(downloader) : error;
 }
 
@@ -73,23 +66,20 @@ void CCustomX4410ADownloadAssistant::ReadParameters(const CDownloadRulesSet& rul
     ReadPositive(rules, "CustomXAChunkedRxTimeoutMS", &m_nPauseBetweenRxPollsMS);
 }
 
-std::string CCustomX4410ADownloadAssistant::LoadPatchFiles(CChipDownloader* downloader) {
-    const CChipDownloadDescriptor& files = Owner()->GetDescriptor();
-    for (unsigned int i = 0; i < files.CountConfigDataFiles(); ++i) {
-        const std::string fileName = files.GetConfigDataFile(i);
-        CChipImageByteData image("CONFIG", "Configuration data", fileName.c_str());
-        std::string error = image.LoadFromNCDFile(fileName.c_str(), &m_nSignatureRecords);
-        if (!error.empty()) {
-            return error;
-        }
-        if (m_nSignatureRecords == 0) {
-            return "No signature records found!";
-        }
-        const unsigned int records = image.CountContiguousRanges();
-        Owner()->AddChunk(std::move(image));
-        downloader->SetStatusDetails(
-            FormatText("A total of %d NCD records will be loaded...", static_cast<int>(records)));
+std::string CCustomX4410ADownloadAssistant::LoadPatchFile(CChipDownloader* downloader) {
+    const std::string fileName = Owner()->GetDescriptor().GetConfigDataFile(0);
+    CChipImageByteData image("CONFIG", "Configuration data", fileName.c_str());
+    unsigned int signatureRecords = 0;
+    std::string error = image.LoadFromNCDFile(fileName.c_str(), &signatureRecords);
+    if (!error.empty()) {
+        return error;
     }
+    if (signatureRecords == 0) {
+        return "No signature records found!";
+    }
+    downloader->SetStatusDetails(FormatText("A total of %d NCD records will be loaded...",
+                                            static_cast<int>(image.CountContiguousRanges())));
+    Owner()->AddChunk(std::move(image));
     return {};
 }
 
@@ -104,7 +94,7 @@ std::string CCustomX4410ADownloadAssistant::DisableSecureMode(CChipDownloader* d
                                         nullptr)) {
         downloader->SetStatusDetails(name + " succeeded");
     } else {
-        // A chip that stays silent is reported and not refused: the records may still go through.
+        // Reported, and no reason to stop: a silent chip may still take the records.
         downloader->SetStatusDetails(name + " failed");
         downloader->SetError(name + " failed");
     }
@@ -116,9 +106,9 @@ unsigned int CCustomX4410ADownloadAssistant::ExecuteDownload(CChipDownloader* do
     std::string error = ClearRxFIFO(downloader);
     if (error.empty()) {
         downloader->SetState(DOWNLOAD_READY_TO_DOWNLOAD);
-        // What goes wrong from here on leaves the download in this state without an error, on
-        // purpose, unless a record failed: that error has been set by whoever sent it. In the same
-        // way a failed first drain leaves it as it was prepared.
+        // Failed drains and the file count leave the state as it is and no error: the result is
+        // dropped, and only what sends a record sets the error. Callers know the download as one
+        // that never ends.
         error = downloader->DownloadInfo()->GetDescriptor().CountConfigDataFiles() == 1
                     ? DownloadPatches(downloader)
                     : FormatText("Must have exactly one config file to load in %s mode",
@@ -140,50 +130,55 @@ std::string CCustomX4410ADownloadAssistant::PerformReset(CChipDownloader* downlo
 
 std::string CCustomX4410ADownloadAssistant::DownloadPatches(CChipDownloader* downloader) {
     downloader->AddLogText("Entered X4410A DownloadPatches");
-    return SendRecords(downloader);
+    return SendRecords(downloader, m_nChunkedTxPayloadSize);
 }
 
-std::string CCustomX4410ADownloadAssistant::SendRecords(CChipDownloader* downloader) {
+std::string CCustomX4410ADownloadAssistant::SendRecords(CChipDownloader* downloader,
+                                                        unsigned int payloadSize) {
     const CChipImageByteData& image = downloader->DownloadInfo()->GetChunk(0);
     std::string error = ClearRxFIFO(downloader);
     const unsigned int count = image.CountContiguousRanges();
     for (unsigned int i = 0; i < count && error.empty() && !downloader->IsCanceled(); ++i) {
         const CByteBuffer& record = image.GetByteBuffer(i);
-        error = record.GetFlag() != 0 ? SendSignatureRecord(downloader, record)
-                                      : SendPatchRecord(downloader, record);
+        error = SendRecord(downloader, record, payloadSize);
+        if (error.empty() && IsSignature(record)) {
+            error = FinishPatchSet(downloader);
+        }
     }
     return error;
 }
 
-std::string CCustomX4410ADownloadAssistant::SendSignatureRecord(CChipDownloader* downloader,
-                                                                const CByteBuffer& record) {
-    if (m_nPauseBeforeSignatureMS != 0) {
+std::string CCustomX4410ADownloadAssistant::SendRecord(CChipDownloader* downloader,
+                                                       const CByteBuffer& record,
+                                                       unsigned int payloadSize) {
+    // The response with status 00; a signature is confirmed by a notification as well.
+    unsigned char expected[] = {0x10, 0x4F, 0x2E, 0x01, 0x00, 0x10, 0x6F, 0x2E, 0x01, 0x00};
+    const bool isSignature = IsSignature(record);
+    const unsigned int expectedLength = isSignature ? sizeof expected : sizeof expected / 2;
+    const unsigned int timeoutMS = isSignature ? m_nWaitForSignatureMS : m_nWaitForPatchRecordMS;
+    if (isSignature && m_nPauseBeforeSignatureMS != 0) {
         downloader->SetStatusDetails("Pausing before signature step");
         PutThreadToSleep(m_nPauseBeforeSignatureMS);
     }
+    CSerialConnector* connector = downloader->SerialConnector();
+    unsigned char* data = record.GetDataBuffer();
+    const unsigned int length = record.GetDataByteSize();
     std::string error;
-    if (!SendRecord(record, SIGNATURE_RESPONSE, m_nWaitForSignatureMS, &error, downloader) ||
-        !error.empty()) {
-        error += "Signature record transmission failed";
+    const bool answered =
+        payloadSize == SEND_WHOLE
+            ? SendCommandAndWaitForCompletion(connector, nullptr, data, length, expected,
+                                              expectedLength, timeoutMS, &error, downloader)
+            : ChunkedTxRx(connector, nullptr, data, length, expected, expectedLength, timeoutMS,
+                          &error, downloader);
+    if (!answered) {
+        error += isSignature ? "Signature record transmission failed"
+                             : " patch record transmission failed";
         downloader->SetError(error);
         return error;
     }
-    downloader->IncrementDownloadByteCounter(false, record.GetDataByteSize());
-    downloader->SetStatusDetails("Signature record successfully sent");
-    return FinishPatchSet(downloader);
-}
-
-std::string CCustomX4410ADownloadAssistant::SendPatchRecord(CChipDownloader* downloader,
-                                                            const CByteBuffer& record) {
-    std::string error;
-    if (!SendRecord(record, PATCH_RESPONSE, m_nWaitForPatchRecordMS, &error, downloader) ||
-        !error.empty()) {
-        error += " patch record transmission failed";
-        downloader->SetError(error);
-        return error;
-    }
-    downloader->IncrementDownloadByteCounter(false, record.GetDataByteSize());
-    downloader->SetStatusDetails("Patch record successfully sent");
+    downloader->IncrementDownloadByteCounter(false, length);
+    downloader->SetStatusDetails(isSignature ? "Signature record successfully sent"
+                                             : "Patch record successfully sent");
     return {};
 }
 
@@ -191,29 +186,6 @@ std::string CCustomX4410ADownloadAssistant::FinishPatchSet(CChipDownloader* down
     downloader->SetStatusDetails("Pausing after completing the patch set and verifying signature");
     PutThreadToSleep(m_nPauseAfterPatchSetMS);
     return ClearRxFIFO(downloader);
-}
-
-bool CCustomX4410ADownloadAssistant::SendRecord(const CByteBuffer& record,
-                                                std::span<const unsigned char> response,
-                                                unsigned int timeoutMS, std::string* error,
-                                                CChipDownloader* downloader) {
-    if (m_nChunkedTxPayloadSize == 0) {
-        return SendWholeRecord(record, response, timeoutMS, error, downloader);
-    }
-    std::vector<unsigned char> expected(response.begin(), response.end());
-    return ChunkedTxRx(downloader->SerialConnector(), nullptr, record.GetDataBuffer(),
-                       record.GetDataByteSize(), expected.data(),
-                       static_cast<unsigned int>(expected.size()), timeoutMS, error, downloader);
-}
-
-bool CCustomX4410ADownloadAssistant::SendWholeRecord(const CByteBuffer& record,
-                                                     std::span<const unsigned char> response,
-                                                     unsigned int timeoutMS, std::string* error,
-                                                     CChipDownloader* downloader) {
-    std::vector<unsigned char> expected(response.begin(), response.end());
-    return SendCommandAndWaitForCompletion(
-        downloader->SerialConnector(), nullptr, record.GetDataBuffer(), record.GetDataByteSize(),
-        expected.data(), static_cast<unsigned int>(expected.size()), timeoutMS, error, downloader);
 }
 
 bool CCustomX4410ADownloadAssistant::ChunkedTxRx(CSerialConnector* connector,

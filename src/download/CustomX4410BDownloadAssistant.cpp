@@ -5,14 +5,7 @@
 
 std::string CCustomX4410BDownloadAssistant::DownloadPatches(CChipDownloader* downloader) {
     downloader->AddLogText("Entered X4410B DownloadPatches");
-    return SendRecords(downloader);
-}
-
-bool CCustomX4410BDownloadAssistant::SendRecord(const CByteBuffer& record,
-                                                std::span<const unsigned char> response,
-                                                unsigned int timeoutMS, std::string* error,
-                                                CChipDownloader* downloader) {
-    return SendWholeRecord(record, response, timeoutMS, error, downloader);
+    return SendRecords(downloader, SEND_WHOLE);
 }
 
 std::string CCustomX4410BDownloadAssistant::FinishPatchSet(CChipDownloader* downloader) {
@@ -22,14 +15,12 @@ std::string CCustomX4410BDownloadAssistant::FinishPatchSet(CChipDownloader* down
     std::string error;
     if (SendCommandAndWaitForCompletion(downloader->SerialConnector(), nullptr, nullptr, 0,
                                         notification, sizeof notification,
-                                        m_nWaitForResetNotificationMS, &error, nullptr) &&
-        error.empty()) {
+                                        m_nWaitForResetNotificationMS, &error, nullptr)) {
         return ClearRxFIFO(downloader);
     }
     error += "  Failure waiting for the NCI_RESET_NTF notification";
     downloader->SetError(error);
-    // The line is drained after a failure too, but the failure stays the result: no record may
-    // follow it, and no success.
+    // Whether this works or not, the failure above ends the download.
     ClearRxFIFO(downloader);
     return error;
 }

@@ -2,8 +2,8 @@
 
 #include "download/CustomX4410ADownloadAssistant.h"
 
-// The X4410A procedure for parts that restart after a patch set: they tell so with a reset
-// notification, which takes the place of the pause, and take records whole only.
+// The X4410A procedure for parts that restart after each patch set. The reset notification that
+// they send then replaces the pause, and records are always sent whole.
 class CCustomX4410BDownloadAssistant final : public CCustomX4410ADownloadAssistant {
 public:
     using CCustomX4410ADownloadAssistant::CCustomX4410ADownloadAssistant;
@@ -11,9 +11,6 @@ public:
     std::string DownloadPatches(CChipDownloader* downloader) override;
 
 protected:
-    bool SendRecord(const CByteBuffer& record, std::span<const unsigned char> response,
-                    unsigned int timeoutMS, std::string* error,
-                    CChipDownloader* downloader) override;
     std::string FinishPatchSet(CChipDownloader* downloader) override;
 
 private:
