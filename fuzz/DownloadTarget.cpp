@@ -2,6 +2,7 @@
 #include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
+#include "download/VintorDownload.h"
 #include "support/HexRecord.h"
 #include "util/ByteOrder.h"
 
@@ -111,6 +112,7 @@ void DownloadAll(CChipDownloader& downloader, CPieceConnector& port) {
     if (state == DOWNLOAD_COMPLETED) {
         FUZZ_CHECK(port.HasDelivered(Completion(0x4C, 0xFC)));
         FUZZ_CHECK(port.HasDelivered(Completion(0x4E, 0xFC)));
+        const CLockGuard access(downloader.AccessLock());
         FUZZ_CHECK(downloader.GetCompletedMemSegmentList()->size() >= 2);
     }
     CheckOutcome(downloader, state == DOWNLOAD_COMPLETED);

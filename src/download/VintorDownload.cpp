@@ -1,7 +1,8 @@
-#include "download/ChipDownloader.h"
+#include "download/VintorDownload.h"
 
 #include <string>
 
+#include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
 #include "download/VintorImages.h"
@@ -11,7 +12,7 @@
 
 namespace {
 
-// The phases that a download goes through.
+// The optional phases of a download.
 struct CPhases {
     bool m_bErase = false;
     bool m_bWrite = true;
@@ -19,19 +20,7 @@ struct CPhases {
     bool m_bCheckCRC = false;
 };
 
-void ApplyRules(const CDownloadRulesSet& rules, bool nonVolatile, CPhases* phases) {
-    const char* eraseMode = rules.GetDownloadParameter("DLSectorEraseMode");
-    phases->m_bErase =
-        eraseMode != nullptr && EqualIgnoringCase(eraseMode, "Chip erase") && nonVolatile;
-    const char* writeVerifyMode = rules.GetDownloadParameter("DLWriteVerifyMode");
-    if (writeVerifyMode != nullptr) {
-        const std::string mode = UpperCaseCopy(writeVerifyMode);
-        phases->m_bVerify = mode.find("VERIFY") != std::string::npos;
-        phases->m_bWrite = mode.find("WRITE") != std::string::npos;
-    }
-}
-
-// What the user said on the command line wins over the rules.
+// The user's choice, -1 when there is none, overrides the rules.
 void ApplyOverride(int choice, bool* phase) {
     if (choice != -1) {
         *phase = choice == 1;
@@ -42,7 +31,14 @@ CPhases DecidePhases(const CChipImageLoadingInformation& info, const std::string
     const bool nonVolatile = memoryType == "EEPROM" || memoryType == "FLASH";
     CPhases phases;
     if (const CDownloadRulesSet* rules = info.GetRules()) {
-        ApplyRules(*rules, nonVolatile, &phases);
+        const char* eraseMode = rules->GetDownloadParameter("DLSectorEraseMode");
+        phases.m_bErase =
+            nonVolatile && eraseMode != nullptr && EqualIgnoringCase(eraseMode, "Chip erase");
+        if (const char* writeVerifyMode = rules->GetDownloadParameter("DLWriteVerifyMode")) {
+            const std::string mode = UpperCaseCopy(writeVerifyMode);
+            phases.m_bVerify = mode.find("VERIFY") != std::string::npos;
+            phases.m_bWrite = mode.find("WRITE") != std::string::npos;
+        }
     }
     ApplyOverride(info.GetNeedToVerify(), &phases.m_bVerify);
     ApplyOverride(info.GetNeedToWrite(), &phases.m_bWrite);
@@ -76,7 +72,7 @@ bool EraseChip(CChipDownloader* downloader) {
     return VintorChipErase(downloader);
 }
 
-// Firmware always goes before configuration data.
+// Always firmware before configuration data.
 bool WriteImages(CChipDownloader* downloader, bool checkCRC) {
     const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
     EnterState(downloader, DOWNLOAD_READY_TO_DOWNLOAD);
@@ -97,7 +93,7 @@ bool VerifyImages(CChipDownloader* downloader) {
     return files.CountConfigDataFiles() == 0 || VintorVerifyConfigData(downloader);
 }
 
-// Stops without a message where a cancel came in between.
+// False after a failure, which has set the error, and after a cancel, which leaves no message.
 bool RunPhases(CChipDownloader* downloader, const CPhases& phases) {
     const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
     const auto mayGoOn = [downloader] { return !downloader->IsCanceled(); };

@@ -56,8 +56,7 @@ protected:
     virtual std::string SuccessText(const CRecord& record) const = 0;
     virtual void CountBytes(unsigned int n) = 0;
     virtual void RangeBegins() {}
-    // Under the access lock.
-    virtual void RecordRange(const CByteBuffer& range) = 0;
+    virtual bool IsFilledArea() const { return true; }
     virtual bool RangeEnds(const CByteBuffer& /*range*/) { return true; }
 
 private:
@@ -109,7 +108,9 @@ private:
         }
         {
             const CLockGuard access(m_pDownloader->AccessLock());
-            RecordRange(range);
+            if (IsFilledArea()) {
+                m_pDownloader->RecordCompletedMemSegment(range.GetBaseAddress(), size, m_bIsCode);
+            }
             m_pDownloader->ClearLoadingBlockInfo();
         }
         return !m_pDownloader->IsCanceled() && RangeEnds(range);
@@ -174,11 +175,6 @@ private:
 
     void RangeBegins() override { m_nCRC = INITIAL_CRC_VALUE; }
 
-    void RecordRange(const CByteBuffer& range) override {
-        Downloader()->RecordCompletedMemSegment(range.GetBaseAddress(), range.GetDataByteSize(),
-                                                IsCode());
-    }
-
     bool RangeEnds(const CByteBuffer& range) override {
         return !m_bCheckCRC ||
                VerifyCRC(Downloader(), range.GetBaseAddress(), range.GetDataByteSize(),
@@ -231,12 +227,7 @@ private:
     }
 
     // Verified configuration data make no entry in the list of filled areas; verified code does.
-    void RecordRange(const CByteBuffer& range) override {
-        if (IsCode()) {
-            Downloader()->RecordCompletedMemSegment(range.GetBaseAddress(), range.GetDataByteSize(),
-                                                    true);
-        }
-    }
+    bool IsFilledArea() const override { return IsCode(); }
 };
 
 }  // namespace

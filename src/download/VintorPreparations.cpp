@@ -11,10 +11,8 @@
 namespace {
 
 constexpr unsigned int MAX_MESSAGE_BYTES = 128;
-constexpr char MESSAGES_NAME[] = "CChipDownloader::VintorPreDownloadSendMessages: ";
 
-// What stands between the next "{" and the "}" behind it; moves *cursor behind the "}". False when
-// a brace is missing.
+// Takes the text between the next "{" and the next "}" from *cursor. False when a brace is missing.
 bool TakeBraceGroup(std::string_view* cursor, std::string* group) {
     const std::size_t open = cursor->find('{');
     if (open == std::string_view::npos) {
@@ -29,21 +27,45 @@ bool TakeBraceGroup(std::string_view* cursor, std::string* group) {
     return true;
 }
 
-bool ParseMessageBytes(const std::string& text, std::vector<unsigned char>* bytes) {
-    bytes->resize(MAX_MESSAGE_BYTES);
+// Empty when the text is not a list of at most MAX_MESSAGE_BYTES bytes.
+std::vector<unsigned char> ParseMessageBytes(const std::string& text) {
+    std::vector<unsigned char> bytes(MAX_MESSAGE_BYTES);
     unsigned int count = 0;
-    if (!ParseHexBytesFromString(text.c_str(), bytes->data(), MAX_MESSAGE_BYTES, &count)) {
-        return false;
-    }
-    bytes->resize(count);
-    return count > 0;
+    const bool isList =
+        ParseHexBytesFromString(text.c_str(), bytes.data(), MAX_MESSAGE_BYTES, &count);
+    bytes.resize(isList ? count : 0);
+    return bytes;
 }
 
-// A leading decimal number, as scanf's %d reads it; 0 when there is none. What is no sensible time
-// to wait (negative, beyond 32 bits) is none.
+// A leading decimal number, as scanf's %d reads it. 0 when there is none that makes a time to wait.
 unsigned int ParseMaxTime(const std::string& text) {
     const long value = std::strtol(text.c_str(), nullptr, 10);
     return value > 0 && value <= INT_MAX ? static_cast<unsigned int>(value) : 0;
+}
+
+std::string SendPreloadMessage(CSerialConnector* connector, const std::string& toSend,
+                               const std::string& expectedBack, const std::string& maxTime) {
+    std::vector<unsigned char> command = ParseMessageBytes(toSend);
+    if (command.empty()) {
+        return "Invalid BYTES TO SEND:" + toSend;
+    }
+    std::vector<unsigned char> expected = ParseMessageBytes(expectedBack);
+    if (expected.empty()) {
+        return "Invalid BYTES EXPECTED BACK:" + expectedBack;
+    }
+    const unsigned int timeoutMs = ParseMaxTime(maxTime);
+    if (timeoutMs == 0) {
+        return "Invalid MAX TIME TO WAIT:" + maxTime;
+    }
+    std::string error;
+    // No prefix: a message states all of its bytes.
+    if (!SendCommandAndWaitForCompletion(connector, nullptr, command.data(),
+                                         static_cast<unsigned int>(command.size()), expected.data(),
+                                         static_cast<unsigned int>(expected.size()), timeoutMs,
+                                         &error, nullptr)) {
+        return "SendCommandAndWaitForCompletion call failed" + error;
+    }
+    return {};
 }
 
 }  // namespace
@@ -79,37 +101,13 @@ std::string CChipDownloader::VintorPreDownloadSendMessages() {
     std::string toSend;
     std::string expectedBack;
     std::string maxTime;
-    std::string error;
-    while (error.empty() && (cursor = ExtractNextByteSequenceToSend(cursor, &toSend, &expectedBack,
-                                                                    &maxTime)) != nullptr) {
-        error = SendPreloadMessage(toSend, expectedBack, maxTime);
-    }
-    return error;
-}
-
-std::string CChipDownloader::SendPreloadMessage(const std::string& toSend,
-                                                const std::string& expectedBack,
-                                                const std::string& maxTime) {
-    AddLogText("Sending custom preload message bytes" + toSend);
-    std::vector<unsigned char> command;
-    if (!ParseMessageBytes(toSend, &command)) {
-        return std::string(MESSAGES_NAME) + "Invalid BYTES TO SEND:" + toSend;
-    }
-    std::vector<unsigned char> expected;
-    if (!ParseMessageBytes(expectedBack, &expected)) {
-        return std::string(MESSAGES_NAME) + "Invalid BYTES EXPECTED BACK:" + expectedBack;
-    }
-    const unsigned int timeoutMs = ParseMaxTime(maxTime);
-    if (timeoutMs == 0) {
-        return std::string(MESSAGES_NAME) + "Invalid MAX TIME TO WAIT:" + maxTime;
-    }
-    // Without a prefix: the bytes go out exactly as they are written.
-    std::string error;
-    if (!SendCommandAndWaitForCompletion(m_pConnector, nullptr, command.data(),
-                                         static_cast<unsigned int>(command.size()), expected.data(),
-                                         static_cast<unsigned int>(expected.size()), timeoutMs,
-                                         &error, nullptr)) {
-        return std::string(MESSAGES_NAME) + "SendCommandAndWaitForCompletion call failed" + error;
+    while ((cursor = ExtractNextByteSequenceToSend(cursor, &toSend, &expectedBack, &maxTime)) !=
+           nullptr) {
+        AddLogText("Sending custom preload message bytes" + toSend);
+        const std::string error = SendPreloadMessage(m_pConnector, toSend, expectedBack, maxTime);
+        if (!error.empty()) {
+            return "CChipDownloader::VintorPreDownloadSendMessages: " + error;
+        }
     }
     return {};
 }

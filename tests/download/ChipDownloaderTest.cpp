@@ -193,11 +193,11 @@ TEST(ChipDownloader, CutsLongDetailsInTheLogOnly) {
     ASSERT_EQ(setup.Prepare(), "");
     std::string lines;
     downloader.GetMostRecentLogLines(&lines);
-    // A line holds 2048 characters; a longer one is cut to 2047.
+    // A line has at most 2047 characters, 13 of them before the text.
     const struct {
         std::size_t m_nLength;
         std::size_t m_nLogged;
-    } cases[] = {{2035, 2035}, {2036, 2034}, {100000, 2034}};
+    } cases[] = {{2034, 2034}, {2035, 2034}, {2036, 2034}, {100000, 2034}};
     for (const auto& c : cases) {
         const std::string text(c.m_nLength, 'x');
         downloader.SetStatusDetails(text.c_str());

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "download/VintorDownload.h"
 #include "support/DownloadSetup.h"
 #include "support/SampleImages.h"
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "download/VintorCommands.h"
+#include "download/VintorDownload.h"
 #include "download/VintorImages.h"
 #include "download/VintorMinidriver.h"
 #include "support/DownloadSetup.h"

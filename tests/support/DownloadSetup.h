@@ -93,7 +93,8 @@ private:
 };
 
 // "00200000+5 CODE" for each filled area, so that a difference can be read.
-inline std::vector<std::string> AreasOf(const CChipDownloader& downloader) {
+inline std::vector<std::string> AreasOf(CChipDownloader& downloader) {
+    const CLockGuard access(downloader.AccessLock());
     std::vector<std::string> areas;
     for (const COMPLETED_SECTION_INFO& area : *downloader.GetCompletedMemSegmentList()) {
         char text[64];

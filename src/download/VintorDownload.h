@@ -1,0 +1,8 @@
+#pragma once
+
+class CChipDownloader;
+
+// The standard download: reset, minidriver, erase, write, verify, launch. DLSectorEraseMode,
+// DLWriteVerifyMode and the user's overrides decide which of them. Runs on the download thread.
+// Always 0: the outcome is the downloader's state and error.
+unsigned int VintorDownloadingFunction(CChipDownloader* downloader);
