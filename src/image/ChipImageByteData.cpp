@@ -25,6 +25,12 @@ std::string TextOrEmpty(const char* text) {
     return text == nullptr ? "" : text;
 }
 
+std::string OpenError(const char* format, const char* fileName) {
+    return fileName == nullptr || *fileName == '\0'
+               ? FormatText("Invalid %s file name!", format)
+               : FormatText("Failed to open %s file ", format) + fileName;
+}
+
 // Reads past the version block and the descriptors; the error text, empty on success.
 std::string ReadNCDFileHead(std::FILE* file, const char* fileName) {
     unsigned char version[NCD_VERSION_SIZE];
@@ -164,11 +170,16 @@ std::string CChipImageByteData::ModifySeveralBytes(unsigned int rangeIndex, unsi
 
 std::string CChipImageByteData::LoadFromHexFile(const char* fileName, bool clearFirst,
                                                 bool allowOverlap) {
+    return LoadFromHexFile(OpenFileForReading(fileName).get(), fileName, clearFirst, allowOverlap);
+}
+
+std::string CChipImageByteData::LoadFromHexFile(std::FILE* file, const char* fileName,
+                                                bool clearFirst, bool allowOverlap) {
     if (clearFirst) {
         Clear();
     }
     CIntelHexReader reader;
-    std::string error = reader.OpenDataFile(fileName);
+    std::string error = reader.OpenDataFile(file, fileName);
     if (!error.empty()) {
         return error;
     }
@@ -237,17 +248,18 @@ std::string CChipImageByteData::DropFromFirstOverlap(size_t oldCount) {
 
 std::string CChipImageByteData::LoadFromHCDFile(const char* fileName, unsigned int* launchAddress,
                                                 bool mergeAdjacent) {
-    Clear();
-    if (fileName == nullptr || *fileName == '\0') {
-        return "Invalid HCD file name!";
-    }
-    CFileHandle file = OpenFileForReading(fileName);
-    if (!file) {
-        return std::string("Failed to open HCD file ") + fileName;
-    }
+    return LoadFromHCDFile(OpenFileForReading(fileName).get(), fileName, launchAddress,
+                           mergeAdjacent);
+}
 
+std::string CChipImageByteData::LoadFromHCDFile(std::FILE* file, const char* fileName,
+                                                unsigned int* launchAddress, bool mergeAdjacent) {
+    Clear();
+    if (file == nullptr) {
+        return OpenError("HCD", fileName);
+    }
     unsigned int pendingLaunchAddress = 0;
-    std::string error = ReadHCDRecords(file.get(), mergeAdjacent, &pendingLaunchAddress);
+    std::string error = ReadHCDRecords(file, mergeAdjacent, &pendingLaunchAddress);
     // The first range holds the first address of the file.
     if (!m_Ranges.empty()) {
         SetFirstAddressLoaded(m_Ranges.front().GetBaseAddress());
@@ -302,12 +314,9 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
 std::string CChipImageByteData::LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount) {
     *patchSetCount = 0;
     Clear();
-    if (fileName == nullptr || *fileName == '\0') {
-        return "Invalid NCD file name!";
-    }
     const CFileHandle file = OpenFileForReading(fileName);
     if (!file) {
-        return std::string("Failed to open NCD file ") + fileName;
+        return OpenError("NCD", fileName);
     }
     std::string error = ReadNCDFileHead(file.get(), fileName);
     if (!error.empty()) {

@@ -63,12 +63,20 @@ public:
     std::string ModifySeveralBytes(unsigned int rangeIndex, unsigned int offset,
                                    const char* hexText);
 
-    std::string LoadFromHexFile(const char* fileName, bool clearFirst, bool allowOverlap);
+    [[nodiscard]] std::string LoadFromHexFile(const char* fileName, bool clearFirst,
+                                              bool allowOverlap);
     // *launchAddress receives what the launch record said, inside a loaded range or not; 0 without
     // such a record. It is written on success only.
-    std::string LoadFromHCDFile(const char* fileName, unsigned int* launchAddress,
-                                bool mergeAdjacent);
-    std::string LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount);
+    [[nodiscard]] std::string LoadFromHCDFile(const char* fileName, unsigned int* launchAddress,
+                                              bool mergeAdjacent);
+    [[nodiscard]] std::string LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount);
+
+    // The same with a file that the caller has opened under this name; null stands for one that
+    // does not open. It is read from where it stands.
+    [[nodiscard]] std::string LoadFromHexFile(std::FILE* file, const char* fileName,
+                                              bool clearFirst, bool allowOverlap);
+    [[nodiscard]] std::string LoadFromHCDFile(std::FILE* file, const char* fileName,
+                                              unsigned int* launchAddress, bool mergeAdjacent);
 
 private:
     // The overlap rule over the first count ranges.

@@ -1,9 +1,6 @@
 #include "image/ChipImageLoadingInformation.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <system_error>
-
+#include "image/RewindableFile.h"
 #include "image/VintorConfigProcessor.h"
 #include "transport/CommunicationParameters.h"
 #include "util/NumberText.h"
@@ -11,7 +8,7 @@
 
 namespace {
 
-// The two differ in case on purpose: they are names that users have on their disks.
+// The two differ in case because the folders do on users' disks.
 constexpr char DEFAULT_MINIDRIVERS_DIRECTORY[] = R"(C:\Program Files\Orvane\Vintor\Minidrivers)";
 constexpr char DEFAULT_DEFINITIONS_DIRECTORY[] = R"(C:\Program Files\Orvane\VinTor\ConfigDefs\)";
 
@@ -21,28 +18,13 @@ std::string TextOf(const char* text) {
     return text == nullptr ? std::string() : std::string(text);
 }
 
-bool NamesAFile(const std::string& fileName) {
-    return !fileName.empty() && !EqualIgnoringCase(fileName, "NULL");
-}
-
-// A pipe gives its bytes once: what the reader of one format has taken, that of the next misses.
-bool CanBeReadAgain(const std::string& fileName) {
-    std::error_code error;
-    return !std::filesystem::is_fifo(fileName, error);
-}
-
-bool IsFlagSet(const CDownloadRulesSet& rules, const char* name) {
-    return GetIntValue(rules.GetDownloadParameter(name)) != 0;
-}
-
 // The file to load when its flag is set: the argument, else the path that the rules give.
 std::string ChooseFile(const CDownloadRulesSet& rules, const char* flagName,
-                       const std::string& rulesPath, const char* argument) {
-    if (!IsFlagSet(rules, flagName)) {
+                       const std::string& rulesPath, const std::string& argument) {
+    if (GetIntValue(rules.GetDownloadParameter(flagName)) == 0) {
         return {};
     }
-    const std::string fromArgument = TextOf(argument);
-    return fromArgument.empty() ? rulesPath : fromArgument;
+    return argument.empty() ? rulesPath : argument;
 }
 
 std::string ReplaceMinidriversMarker(const std::string& path, const std::string& directory) {
@@ -55,6 +37,60 @@ std::string ReplaceMinidriversMarker(const std::string& path, const std::string&
         remainder.erase(0, 1);
     }
     return directory + remainder;
+}
+
+struct CFileToLoad {
+    const char* m_szName;
+    std::FILE* m_pFile;  // null when it does not open
+    const CChipImageLoadingInformation& m_Info;
+    unsigned int* m_pLaunchAddress;
+};
+
+// Reads a file into an image; the error text is empty on success.
+using Loader = std::string (*)(const CFileToLoad& file, CChipImageByteData& image);
+
+std::string LoadHex(const CFileToLoad& file, CChipImageByteData& image) {
+    return image.LoadFromHexFile(file.m_pFile, file.m_szName, true, false);
+}
+
+std::string LoadHCD(const CFileToLoad& file, CChipImageByteData& image) {
+    return image.LoadFromHCDFile(file.m_pFile, file.m_szName, file.m_pLaunchAddress, true);
+}
+
+std::string LoadConfigText(const CFileToLoad& file, CChipImageByteData& image) {
+    return file.m_Info.LoadVintorConfig(file.m_szName, image);
+}
+
+struct CFileKind {
+    const char* m_szSourceType;
+    const char* m_szName;
+    std::initializer_list<Loader> m_Loaders;  // tried in this order
+};
+
+constexpr CFileKind MINIDRIVER = {"MINIDRIVER", "The minidriver code", {LoadHex, LoadHCD}};
+constexpr CFileKind CONFIG = {"CONFIG", "Configuration data", {LoadHex, LoadHCD, LoadConfigText}};
+constexpr CFileKind FIRMWARE = {"FIRMWARE", "Firmware code", {LoadHex}};
+
+// Adds a chunk to info. *launchAddress changes only when an HCD file is loaded.
+std::string LoadFile(const CFileKind& kind, const std::string& fileName,
+                     CChipImageLoadingInformation& info, unsigned int* launchAddress) {
+    const char* name = fileName.c_str();
+    // One reader takes a pipe as it comes.
+    const CFileHandle file =
+        kind.m_Loaders.size() == 1 ? OpenFileForReading(name) : OpenRewindable(name);
+    CChipImageByteData image(kind.m_szSourceType, kind.m_szName, name);
+    std::string error;
+    for (const Loader load : kind.m_Loaders) {
+        error = load({name, file.get(), info, launchAddress}, image);
+        if (error.empty()) {
+            info.AddChunk(std::move(image));
+            break;
+        }
+        if (file) {
+            std::rewind(file.get());
+        }
+    }
+    return error;
 }
 
 }  // namespace
@@ -70,82 +106,69 @@ CChipImageLoadingInformation::CChipImageLoadingInformation(
     const char* configFile, const char* minidriverFile, const char* minidriversDirectory,
     const std::vector<CChipImageByteData>* suppliedImages)
     : m_strVnpFileName(TextOf(vnpFileName)) {
+    if (suppliedImages != nullptr) {
+        m_SuppliedImages = *suppliedImages;
+    }
     CDownloadRulesSet rules("");
     if (!m_strVnpFileName.empty()) {
-        rules.LoadFromDownloadParametersFile(m_strVnpFileName.c_str());
+        // A constructor cannot report the error. Without parameters no file is loaded, so the
+        // preparation fails unless there are supplied images, which need no parameters.
+        (void)rules.LoadFromDownloadParametersFile(m_strVnpFileName.c_str());
     }
-    const char* customType = rules.GetDownloadParameter("CustomDownload");
-    if (customType != nullptr) {
-        CustomDownloadInit(customType, rules, minidriverFile, configFile, firmwareFile,
-                           suppliedImages);
-        return;
+    const std::string minidriver = TextOf(minidriverFile);
+    const std::string config = TextOf(configFile);
+    const std::string firmware = TextOf(firmwareFile);
+    if (const char* customType = rules.GetDownloadParameter("CustomDownload")) {
+        m_strCustomDownloadType = customType;
+        AddFiles(minidriver, config, firmware);
+    } else {
+        const auto pathOf = [&rules](const std::string& parameter) {
+            return TextOf(rules.GetDownloadParameter(parameter.c_str()));
+        };
+        const std::string minidriverPath = ReplaceMinidriversMarker(
+            pathOf("DLMinidriverPath" + params.GetPortTypeName()),
+            minidriversDirectory == nullptr ? DEFAULT_MINIDRIVERS_DIRECTORY : minidriversDirectory);
+        VintorModeInit(ChooseFile(rules, "DLMinidriver", minidriverPath, minidriver),
+                       ChooseFile(rules, "DLConfig", pathOf("ConfigPath"), config),
+                       ChooseFile(rules, "DLFirmware", pathOf("FirmwarePath"), firmware));
     }
-
-    const std::string directory =
-        minidriversDirectory == nullptr ? DEFAULT_MINIDRIVERS_DIRECTORY : minidriversDirectory;
-    const std::string pathName = "DLMinidriverPath" + params.GetPortTypeName();
-    const std::string minidriverPath =
-        ReplaceMinidriversMarker(TextOf(rules.GetDownloadParameter(pathName.c_str())), directory);
-    const std::string config =
-        ChooseFile(rules, "DLConfig", TextOf(rules.GetDownloadParameter("ConfigPath")), configFile);
-    const std::string firmware = ChooseFile(
-        rules, "DLFirmware", TextOf(rules.GetDownloadParameter("FirmwarePath")), firmwareFile);
-    const std::string minidriver =
-        ChooseFile(rules, "DLMinidriver", minidriverPath, minidriverFile);
-    if (VintorModeInit(minidriver.c_str(), config.c_str(), firmware.c_str(), suppliedImages)
-            .empty()) {
-        m_Descriptor.AddRuleSet(rules);
-    }
+    m_Descriptor.AddRuleSet(rules);
 }
 
 CChipImageLoadingInformation::CChipImageLoadingInformation(const char* minidriverFile,
                                                            const char* configFile,
                                                            const char* firmwareFile) {
-    VintorModeInit(minidriverFile, configFile, firmwareFile, nullptr);
+    VintorModeInit(TextOf(minidriverFile), TextOf(configFile), TextOf(firmwareFile));
 }
 
-std::string CChipImageLoadingInformation::VintorModeInit(
-    const char* minidriverFile, const char* configFile, const char* firmwareFile,
-    const std::vector<CChipImageByteData>* suppliedImages) {
-    if (const std::string minidriver = TextOf(minidriverFile); !minidriver.empty()) {
-        m_Descriptor.AddMinidriverFileName(minidriver);
-    }
-    if (const std::string config = TextOf(configFile); NamesAFile(config)) {
-        m_Descriptor.AddConfigDataFileName(config);
-    }
-    if (const std::string firmware = TextOf(firmwareFile); NamesAFile(firmware)) {
-        m_Descriptor.AddFirmwareFileName(firmware);
-    }
-    if (suppliedImages != nullptr) {
-        m_SuppliedImages = *suppliedImages;
-    }
+void CChipImageLoadingInformation::VintorModeInit(const std::string& minidriverFile,
+                                                  const std::string& configFile,
+                                                  const std::string& firmwareFile) {
+    const auto nullIsNone = [](const std::string& fileName) {
+        return EqualIgnoringCase(fileName, "NULL") ? std::string() : fileName;
+    };
+    AddFiles(minidriverFile, nullIsNone(configFile), nullIsNone(firmwareFile));
     m_bVintorMode = true;
     m_bIssueDownloadMinidriver = true;
-    return {};
 }
 
-void CChipImageLoadingInformation::CustomDownloadInit(
-    const char* type, const CDownloadRulesSet& rules, const char* minidriverFile,
-    const char* configFile, const char* firmwareFile,
-    const std::vector<CChipImageByteData>* suppliedImages) {
-    // Here "NULL" is a file name like any other.
-    if (const std::string minidriver = TextOf(minidriverFile); !minidriver.empty()) {
-        m_Descriptor.AddMinidriverFileName(minidriver);
+void CChipImageLoadingInformation::AddFiles(const std::string& minidriverFile,
+                                            const std::string& configFile,
+                                            const std::string& firmwareFile) {
+    if (!minidriverFile.empty()) {
+        m_Descriptor.AddMinidriverFileName(minidriverFile);
     }
-    if (const std::string config = TextOf(configFile); !config.empty()) {
-        m_Descriptor.AddConfigDataFileName(config);
+    if (!configFile.empty()) {
+        m_Descriptor.AddConfigDataFileName(configFile);
     }
-    if (const std::string firmware = TextOf(firmwareFile); !firmware.empty()) {
-        m_Descriptor.AddFirmwareFileName(firmware);
+    if (!firmwareFile.empty()) {
+        m_Descriptor.AddFirmwareFileName(firmwareFile);
     }
-    if (suppliedImages != nullptr) {
-        m_SuppliedImages = *suppliedImages;
-    }
-    m_strCustomDownloadType = type;
-    m_Descriptor.AddRuleSet(rules);
 }
 
 std::string CChipImageLoadingInformation::PrepareToLoad(CChipDownloader* downloader) {
+    m_Chunks.clear();
+    m_nLaunchAddress = 0;
     if (m_bVintorMode) {
         return VintorModePrepare();
     }
@@ -157,65 +180,32 @@ std::string CChipImageLoadingInformation::PrepareToLoad(CChipDownloader* downloa
 }
 
 std::string CChipImageLoadingInformation::VintorModePrepare() {
-    if (m_Descriptor.CountConfigDataFiles() == 0 && m_Descriptor.CountFirmwareFiles() == 0 &&
-        m_SuppliedImages.empty() && !m_bEmptyLoadAllowed) {
+    const unsigned int configFiles = m_Descriptor.CountConfigDataFiles();
+    const unsigned int firmwareFiles = m_Descriptor.CountFirmwareFiles();
+    if (configFiles == 0 && firmwareFiles == 0 && m_SuppliedImages.empty() &&
+        !m_bEmptyLoadAllowed) {
         return "No data/code to load.";
     }
     if (m_Descriptor.CountMinidriverFiles() > 1) {
         return "Cannot have multiple minidrivers in Vintor mode.";
     }
-    std::string error;
     if (m_Descriptor.CountMinidriverFiles() == 1) {
-        error = LoadMinidriver();
-    }
-    for (unsigned int i = 0; error.empty() && i < m_Descriptor.CountConfigDataFiles(); ++i) {
-        error = LoadConfigFile(m_Descriptor.GetConfigDataFile(i));
-    }
-    for (unsigned int i = 0; error.empty() && i < m_Descriptor.CountFirmwareFiles(); ++i) {
-        error = LoadFirmwareFile(m_Descriptor.GetFirmwareFile(i));
-    }
-    if (error.empty()) {
-        m_Chunks.insert(m_Chunks.end(), m_SuppliedImages.begin(), m_SuppliedImages.end());
-    }
-    return error;
-}
-
-std::string CChipImageLoadingInformation::LoadMinidriver() {
-    const std::string fileName = m_Descriptor.GetMinidriverFile(0);
-    CChipImageByteData image("MINIDRIVER", "The minidriver code", fileName.c_str());
-    if (!image.LoadFromHexFile(fileName.c_str(), true, false).empty()) {
-        // Where the chip is started at the end is none of the minidriver's business. Its chunk
-        // keeps the launch record's address, which the minidriver itself is started at.
-        unsigned int launchAddress = 0;
-        if (!CanBeReadAgain(fileName) ||
-            !image.LoadFromHCDFile(fileName.c_str(), &launchAddress, true).empty()) {
+        const std::string fileName = m_Descriptor.GetMinidriverFile(0);
+        // The minidriver is launched by itself; the loaded code starts elsewhere.
+        unsigned int ignoredLaunchAddress = 0;
+        if (!LoadFile(MINIDRIVER, fileName, *this, &ignoredLaunchAddress).empty()) {
             return "Failed to read the minidriver file " + fileName;
         }
     }
-    AddChunk(std::move(image));
-    return {};
-}
-
-std::string CChipImageLoadingInformation::LoadConfigFile(const std::string& fileName) {
-    CChipImageByteData image("CONFIG", "Configuration data", fileName.c_str());
-    std::string error = image.LoadFromHexFile(fileName.c_str(), true, false);
-    if (!error.empty() && CanBeReadAgain(fileName)) {
-        error = image.LoadFromHCDFile(fileName.c_str(), &m_nLaunchAddress, true);
-        if (!error.empty()) {
-            error = LoadVintorConfig(fileName.c_str(), image);
-        }
+    std::string error;
+    for (unsigned int i = 0; error.empty() && i < configFiles; ++i) {
+        error = LoadFile(CONFIG, m_Descriptor.GetConfigDataFile(i), *this, &m_nLaunchAddress);
+    }
+    for (unsigned int i = 0; error.empty() && i < firmwareFiles; ++i) {
+        error = LoadFile(FIRMWARE, m_Descriptor.GetFirmwareFile(i), *this, nullptr);
     }
     if (error.empty()) {
-        AddChunk(std::move(image));
-    }
-    return error;
-}
-
-std::string CChipImageLoadingInformation::LoadFirmwareFile(const std::string& fileName) {
-    CChipImageByteData image("FIRMWARE", "Firmware code", fileName.c_str());
-    std::string error = image.LoadFromHexFile(fileName.c_str(), true, false);
-    if (error.empty()) {
-        AddChunk(std::move(image));
+        m_Chunks.insert(m_Chunks.end(), m_SuppliedImages.begin(), m_SuppliedImages.end());
     }
     return error;
 }

@@ -73,9 +73,9 @@ public:
     CChipDownloadDescriptor& GetDescriptor() { return m_Descriptor; }
     const CChipDownloadDescriptor& GetDescriptor() const { return m_Descriptor; }
 
-    // Reads every file into its chunk, or hands over to the custom download's own preparation.
-    // Chunks read before an error stay.
-    std::string PrepareToLoad(CChipDownloader* downloader);
+    // Reads every file into its chunk, or lets the custom download prepare itself. Starts over when
+    // called again. Chunks read before an error stay.
+    [[nodiscard]] std::string PrepareToLoad(CChipDownloader* downloader);
 
     unsigned int CountChunks() const { return static_cast<unsigned int>(m_Chunks.size()); }
     CChipImageByteData& GetChunk(unsigned int index) { return m_Chunks[index]; }
@@ -92,7 +92,8 @@ public:
     std::string GetVintorMemoryType(std::string* error = nullptr) const;
 
     // Reads a configuration text into the image.
-    std::string LoadVintorConfig(const char* fileName, CChipImageByteData& image) const;
+    [[nodiscard]] std::string LoadVintorConfig(const char* fileName,
+                                               CChipImageByteData& image) const;
 
     // Rule set 0 of the request, or null.
     const CDownloadRulesSet* GetRules() const;
@@ -102,19 +103,12 @@ private:
         return text.empty() ? nullptr : text.c_str();
     }
 
-    std::string VintorModeInit(const char* minidriverFile, const char* configFile,
-                               const char* firmwareFile,
-                               const std::vector<CChipImageByteData>* suppliedImages);
-    void CustomDownloadInit(const char* type, const CDownloadRulesSet& rules,
-                            const char* minidriverFile, const char* configFile,
-                            const char* firmwareFile,
-                            const std::vector<CChipImageByteData>* suppliedImages);
+    void VintorModeInit(const std::string& minidriverFile, const std::string& configFile,
+                        const std::string& firmwareFile);
+    void AddFiles(const std::string& minidriverFile, const std::string& configFile,
+                  const std::string& firmwareFile);
     std::string VintorModePrepare();
-    std::string LoadMinidriver();
-    std::string LoadConfigFile(const std::string& fileName);
-    std::string LoadFirmwareFile(const std::string& fileName);
-    // Rule-driven loading outside Vintor mode is reserved: there is nothing to read and nothing
-    // that could fail.
+    // Rule-driven loading outside Vintor mode is reserved: it reads nothing yet.
     static std::string ProcessRules() { return {}; }
     static std::string ProcessDataFiles() { return {}; }
     std::string CustomDownloadPrepare(CChipDownloader* downloader);

@@ -1,5 +1,8 @@
 #include "util/TextLines.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "util/FileHandle.h"
@@ -77,6 +80,11 @@ char* ReadNextCleanLine(char* buf, std::FILE* file, long* lineNumber, char comme
 }
 
 bool DoesFileExist(const char* path) {
+    struct stat info {};
+    if (path != nullptr && ::stat(path, &info) == 0 && S_ISFIFO(info.st_mode)) {
+        // Opening a named pipe waits for its writer, and closing it again ends the writer.
+        return ::access(path, R_OK) == 0;
+    }
     return OpenFileForReading(path) != nullptr;
 }
 

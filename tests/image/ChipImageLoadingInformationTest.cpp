@@ -1,11 +1,16 @@
 #include "image/ChipImageLoadingInformation.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <fstream>
+#include <thread>
 
 #include "support/SampleImages.h"
 #include "support/TempDir.h"
 #include "transport/CommunicationParameters.h"
+#include "util/TextLines.h"
 
 namespace {
 
@@ -134,48 +139,58 @@ TEST(ChipImageLoadingInformation, StopsAtTheFirstFileThatCannotBeLoaded) {
     }
 }
 
-// The name of a pipe that holds the text and then ends.
-class CFilledPipe {
-public:
-    explicit CFilledPipe(const std::string& text) {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(::pipe(ends), 0);
-        m_nReader = ends[0];
-        EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
-        ::close(ends[1]);
+// What a file of each kind and format comes to, given as a pipe with and without a name.
+TEST(ChipImageLoadingInformation, APipeIsReadLikeAFile) {
+    const std::string hex = IntelHexText({{0x500, {8}}});
+    const std::string hcd = HcdFile({{0x500, {8}}}, 0x500);
+    const std::string text(70000, 'L');  // more than a pipe holds
+    const struct {
+        const char* m_szName;
+        std::string m_strContent;
+        bool m_bIsMinidriver;
+        std::string m_strError;  // NAME stands for the file's name
+    } cases[] = {
+        {"hex", hex, false, ""},
+        {"hcd", hcd, false, ""},
+        {"text", text, false, NO_CONVERSION},
+        {"minidriver hex", hex, true, ""},
+        {"minidriver hcd", hcd, true, ""},
+        {"minidriver text", text, true, "Failed to read the minidriver file NAME"},
+    };
+    const CTempDir folder;
+    const std::string fifo = folder.PathOf("fifo");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    for (const auto& c : cases) {
+        for (const bool isNamed : {false, true}) {
+            SCOPED_TRACE(std::string(c.m_szName) + (isNamed ? " named" : ""));
+            int ends[2] = {-1, -1};
+            ASSERT_EQ(::pipe(ends), 0);
+            const std::string name = isNamed ? fifo : "/dev/fd/" + std::to_string(ends[0]);
+            std::thread writer([&] {
+                // As a named pipe's writer does, it waits for the reader to open.
+                std::ofstream(isNamed ? fifo : "/dev/fd/" + std::to_string(ends[1]))
+                    << c.m_strContent;
+                ::close(ends[1]);
+            });
+            EXPECT_TRUE(DoesFileExist(name.c_str()));
+            CChipDownloadDescriptor descriptor;
+            c.m_bIsMinidriver ? descriptor.AddMinidriverFileName(name)
+                              : descriptor.AddConfigDataFileName(name);
+            CChipImageLoadingInformation info(descriptor, true, nullptr);
+            info.MarkVintorMode();
+            std::string error = info.PrepareToLoad(nullptr);
+            writer.join();
+            ::close(ends[0]);
+            if (error.ends_with(name)) {
+                error.replace(error.size() - name.size(), name.size(), "NAME");
+            }
+            EXPECT_EQ(error, c.m_strError);
+            ASSERT_EQ(info.CountChunks(), c.m_strError.empty() ? 1U : 0U);
+            if (info.CountChunks() == 1) {
+                EXPECT_EQ(info.GetChunk(0).GetByteValueAtThisAddress(0x500), 8);
+            }
+        }
     }
-    CFilledPipe(const CFilledPipe&) = delete;
-    CFilledPipe& operator=(const CFilledPipe&) = delete;
-    ~CFilledPipe() { ::close(m_nReader); }
-
-    std::string Name() const { return "/proc/self/fd/" + std::to_string(m_nReader); }
-
-private:
-    int m_nReader = -1;
-};
-
-// Tried as HCD too, a pipe would be found empty, which an HCD file may be.
-TEST(ChipImageLoadingInformation, APipeIsReadOnce) {
-    const std::string hcdText = HcdFile({{0x400, {5, 6}}}, 0);
-    const CFilledPipe hex(IntelHexText({{0x500, {8}}}));
-    CChipDownloadDescriptor good;
-    good.AddConfigDataFileName(hex.Name());
-    CChipImageLoadingInformation loaded = VintorModeInfo(good);
-    EXPECT_EQ(loaded.PrepareToLoad(nullptr), "");
-    EXPECT_EQ(loaded.GetChunk(0).GetByteValueAtThisAddress(0x500), 8);
-
-    const CFilledPipe config(hcdText);
-    CChipDownloadDescriptor asConfig;
-    asConfig.AddConfigDataFileName(config.Name());
-    EXPECT_THAT(VintorModeInfo(asConfig).PrepareToLoad(nullptr),
-                testing::StartsWith("Invalid file format: Invalid intel hex data format: "));
-
-    const CFilledPipe minidriver(hcdText);
-    CChipDownloadDescriptor asMinidriver;
-    asMinidriver.AddConfigDataFileName("not reached");
-    asMinidriver.AddMinidriverFileName(minidriver.Name());
-    EXPECT_EQ(VintorModeInfo(asMinidriver).PrepareToLoad(nullptr),
-              "Failed to read the minidriver file " + minidriver.Name());
 }
 
 TEST(ChipImageLoadingInformation, AnEmptyLoadIsFineWhereItIsAllowed) {

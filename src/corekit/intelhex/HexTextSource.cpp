@@ -11,22 +11,16 @@ constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
 
 }  // namespace
 
-bool CHexTextSource::Open(const char* name) {
+void CHexTextSource::Open(std::FILE* file) {
     Close();
-    m_pFile = OpenFileForReading(name);
-    if (!m_pFile) {
-        return false;
-    }
-    // Blocks go straight from the file into m_pBlock.
-    std::setvbuf(m_pFile.get(), nullptr, _IONBF, 0);
+    m_pFile = file;
     if (!m_pBlock) {
         m_pBlock = std::make_unique_for_overwrite<char[]>(BLOCK_SIZE);
     }
-    return true;
 }
 
 void CHexTextSource::Close() {
-    m_pFile.reset();
+    m_pFile = nullptr;
     m_nNext = 0;
     m_nEnd = 0;
     m_nReadError = 0;
@@ -39,11 +33,11 @@ void CHexTextSource::Fill() {
         m_nEnd -= m_nNext;
         m_nNext = 0;
     }
-    if (m_nReadError != 0 || std::feof(m_pFile.get()) != 0) {
+    if (m_nReadError != 0 || std::feof(m_pFile) != 0) {
         return;
     }
-    m_nEnd += std::fread(m_pBlock.get() + m_nEnd, 1, BLOCK_SIZE - m_nEnd, m_pFile.get());
-    if (std::ferror(m_pFile.get()) != 0) {
+    m_nEnd += std::fread(m_pBlock.get() + m_nEnd, 1, BLOCK_SIZE - m_nEnd, m_pFile);
+    if (std::ferror(m_pFile) != 0) {
         m_nReadError = errno;
     }
 }

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <memory>
 #include <string>
-
-#include "util/FileHandle.h"
 
 // The text of an Intel HEX file, read in large blocks. Lines are what fgets makes of them with a
 // buffer of LINE_BUFFER_SIZE characters: longer ones come in pieces, the last needs no line feed,
@@ -13,8 +12,8 @@ class CHexTextSource {
 public:
     static constexpr std::size_t LINE_BUFFER_SIZE = 550;
 
-    // False when the file does not open. A source that is open is closed first.
-    bool Open(const char* name);
+    // Reads a file from where it stands. The caller keeps it open until Close.
+    void Open(std::FILE* file);
     bool IsOpen() const { return m_pFile != nullptr; }
     void Close();
 
@@ -42,7 +41,7 @@ private:
 
     void Fill();
 
-    CFileHandle m_pFile;
+    std::FILE* m_pFile = nullptr;
     std::unique_ptr<char[]> m_pBlock;
     std::size_t m_nNext = 0;  // of the text in the block, the first that is not read
     std::size_t m_nEnd = 0;

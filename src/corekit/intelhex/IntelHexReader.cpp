@@ -19,12 +19,18 @@ std::string CIntelHexReader::OpenDataFile(const char* name) {
     if (m_Source.IsOpen()) {
         return "Already open!";
     }
-    if (name == nullptr) {
-        name = "";
+    m_OwnFile = OpenFileForReading(name);
+    return OpenDataFile(m_OwnFile.get(), name);
+}
+
+std::string CIntelHexReader::OpenDataFile(std::FILE* file, const char* name) {
+    if (m_Source.IsOpen()) {
+        return "Already open!";
     }
-    if (!m_Source.Open(name)) {
-        return std::string("Could not open file ") + name;
+    if (file == nullptr) {
+        return std::string("Could not open file ") + (name == nullptr ? "" : name);
     }
+    m_Source.Open(file);
     ResetPosition();
     std::string error = TryFirstLines();
     if (!error.empty()) {
@@ -38,6 +44,7 @@ std::string CIntelHexReader::OpenDataFile(const char* name) {
 
 void CIntelHexReader::CloseDataFile() {
     m_Source.Close();
+    m_OwnFile.reset();
 }
 
 void CIntelHexReader::ResetPosition() {

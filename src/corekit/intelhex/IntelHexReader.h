@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <span>
 #include <string>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "corekit/intelhex/HexTextSource.h"
 #include "corekit/intelhex/IntelHexBasics.h"
 #include "corekit/intelhex/PlainHexRecord.h"
+#include "util/FileHandle.h"
 
 // Reads an Intel HEX text file record by record. Open the file, then call GetMoreInput until it
 // returns false; an error text tells a bad end from a good one. One thread at a time.
@@ -18,6 +20,10 @@ public:
     // Opens the file and tries it: one of its first six lines must deliver data. Returns the error
     // text, empty on success. A reader that has a file open keeps it and refuses.
     std::string OpenDataFile(const char* name);
+
+    // The same with a file that the caller has opened under this name and keeps open while it is
+    // read; null stands for one that does not open.
+    std::string OpenDataFile(std::FILE* file, const char* name);
 
     // True while more input may follow: data then holds the bytes of one data record, *address
     // belonging to the first of them, or is empty for a line that carries none. Lines are cut at
@@ -58,5 +64,6 @@ private:
     unsigned int m_nStartLinearAddress = 0;
     unsigned int m_nAddressMode = EXTENDED_LINEAR;
     unsigned int m_nLineNumber = 0;
+    CFileHandle m_OwnFile;
     CHexTextSource m_Source;
 };
