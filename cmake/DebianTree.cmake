@@ -1,6 +1,6 @@
-# Runs in CPack on the tree that is about to be packed. The tree that "cmake --install" makes suits
-# every system; Debian wants its pages and changelogs compressed, a changelog in its own form, and
-# the zsh completion in a folder that it keeps for packages.
+# CPack runs this on the tree before it is packed. "cmake --install" makes a tree for any system. Debian
+# wants manual pages and changelogs compressed, a changelog in its own format, and zsh completion in
+# the folder for packages.
 
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
     return()
@@ -8,7 +8,7 @@ endif()
 
 set(share ${CPACK_TEMPORARY_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX}/share)
 
-# One entry of a Debian changelog for each version in CHANGELOG.md, newest first.
+# Writes one Debian changelog entry for each version in CHANGELOG.md, newest first.
 function(write_debian_changelog input output)
     file(STRINGS ${input} lines)
     set(text "")
@@ -35,6 +35,6 @@ endfunction()
 write_debian_changelog(${CPACK_HCILOAD_CHANGELOG} ${share}/doc/hciload/changelog)
 file(RENAME ${share}/zsh/site-functions ${share}/zsh/vendor-completions)
 
-# Without the time in the archives, as Debian asks.
+# -n: Debian wants no timestamps in the archives.
 file(GLOB pages ${share}/man/man1/*.1)
 execute_process(COMMAND gzip -9n ${share}/doc/hciload/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)

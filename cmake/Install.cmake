@@ -1,4 +1,4 @@
-# What "cmake --install" puts where, all of it below the prefix.
+# What "cmake --install" installs below the prefix.
 
 include(CMakePackageConfigHelpers)
 
@@ -6,7 +6,7 @@ set(HCILOAD_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/hciload)
 
 install(TARGETS hciload chipsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
-# The library. A header keeps its path from src/, so that its own includes hold.
+# The library. Headers keep their paths below src/, so that they can include each other.
 install(TARGETS libhciload EXPORT hciloadTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hciload FILES_MATCHING PATTERN "*.h")
 install(EXPORT hciloadTargets NAMESPACE hciload:: DESTINATION ${HCILOAD_CMAKE_DIR})
@@ -28,8 +28,10 @@ endforeach()
 
 install(FILES packaging/70-hciload.rules DESTINATION lib/udev/rules.d)
 
+# The pages for users. README, ARCHITECTURE and the page on performance are about the source tree.
 file(GLOB HCILOAD_DOCS CONFIGURE_DEPENDS docs/*.md)
-install(FILES README.md ARCHITECTURE.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+list(REMOVE_ITEM HCILOAD_DOCS ${PROJECT_SOURCE_DIR}/docs/performance.md)
 install(FILES ${HCILOAD_DOCS} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})

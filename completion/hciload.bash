@@ -1,6 +1,6 @@
-# bash completion for hciload: options, and for each option the files that it takes.
+# bash completion for hciload: options and their files.
 
-# Adds to COMPREPLY the folders and the files with one of the given endings, in any case.
+# Adds folders, and files with one of the given extensions in upper or lower case, to COMPREPLY.
 _hciload_files() {
     local name ending
     compopt -o filenames 2>/dev/null
@@ -15,7 +15,7 @@ _hciload_files() {
     done < <(compgen -f -- "$cur")
 }
 
-# The options that may come next: what was given once is not offered again, nor is its opposite.
+# The options that may come next: none that was given already, and not its opposite.
 _hciload_options() {
     local word options=" $1 " IFS=$' \t\n'
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
@@ -28,7 +28,7 @@ _hciload_options() {
             *) options=${options/" $word "/ } ;;
         esac
     done
-    # In the case in which the user has begun to type it.
+    # In lower case if that is what the user types.
     [[ $cur == *[a-z]* ]] && options=${options,,}
     COMPREPLY=($(compgen -W "$options" -- "$cur"))
 }
@@ -55,7 +55,7 @@ _hciload() {
             return
             ;;
         -PORT)
-            # Not the virtual consoles, /dev/tty1 and so on.
+            # Not the virtual consoles such as /dev/tty1.
             COMPREPLY=($(compgen -W "/dev/tty $(compgen -G '/dev/tty[A-Za-z]*')" -- "$cur"))
             return
             ;;

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Packs a build and tries the package the way its user does: installs it into a scratch root, reads
-the manual pages, completes options with TAB, runs the demo, links a program, removes it.
+"""Packs a build and tests the package as a user would: installs it into a scratch root, reads the
+manual pages, completes options with TAB, runs a download, links a program, removes it.
 
     tests/package/PackageTest.py BUILD [OUT]
 
-BUILD is the folder of a finished build. The package and the source tarball are left in OUT when it is
-given. Parts whose tools the machine lacks are skipped; scripts/test installs them all.
+BUILD is the folder of a finished build. The package and the source tarball are copied to OUT if it is
+given. Tests whose tools are missing are skipped; scripts/test installs all tools.
 """
 
 import gzip
@@ -134,8 +134,10 @@ class Manual(unittest.TestCase):
             bash = (ROOT / f"completion/{program}.bash").read_text(encoding="utf-8")
             zsh = (ROOT / f"completion/_{program}").read_text(encoding="utf-8")
             tagged = " ".join(re.findall(r"(?m)^\.It (Fl .*)$", page)).replace(" , -", " Fl -")
+            web = ROOT / "docs" / {"hciload": "options.md", "chipsim": "chipsim.md"}[program]
+            table = " ".join(re.findall(r"(?m)^\| (`-.*?) \|", web.read_text(encoding="utf-8")))
             with self.subTest(program):
-                for text in (tagged.replace("Fl ", "-"), bash, zsh):
+                for text in (tagged.replace("Fl ", "-"), table, bash, zsh):
                     found = set(re.findall(r"(?<![-\w/])--?[A-Za-z][A-Z-a-z]+(?![-\w])", text))
                     self.assertEqual(sorted(options - found), [])
 
@@ -315,18 +317,25 @@ class SourceTarball(unittest.TestCase):
 
 class Documents(unittest.TestCase):
     def test_links_lead_somewhere(self):
-        pages = [path for path in ROOT.glob("*.md")] + [path for path in ROOT.glob("docs/*.md")]
-        for page in pages:
+        """In the source tree, and among the pages that the package installs."""
+        pages = [*ROOT.glob("*.md"), *ROOT.glob("docs/*.md"), *ROOT.glob("examples/*.md")]
+        for page in pages + list((USR / "share/doc/hciload").rglob("*.md")):
             text = page.read_text(encoding="utf-8")
             for target in re.findall(r"\]\(([^)]+)\)", text):
                 if target.startswith(("https:", "http:")):
                     continue
                 path, _, section = target.partition("#")
-                with self.subTest(page.name, target=target):
+                with self.subTest(str(page), target=target):
                     linked = (page.parent / path).resolve() if path else page
                     self.assertTrue(linked.exists())
                     if section:
                         self.assertIn(section, self.sections(linked))
+
+    def test_installed_pages_name_nothing_of_the_source_tree(self):
+        for page in (USR / "share/doc/hciload").rglob("*.md"):
+            with self.subTest(page.name):
+                named = r"(?<![\w/])(?:build/(?:hciload|chipsim)|scripts/|packaging/|cmake/)"
+                self.assertNotRegex(page.read_text(encoding="utf-8"), named)
 
     @staticmethod
     def sections(page):
@@ -339,7 +348,7 @@ class Documents(unittest.TestCase):
             self.assertIn("\n" + (HERE / "outside" / name).read_text(encoding="utf-8"), page, name)
 
     def test_error_texts_are_the_program_s(self):
-        """Each piece between the gaps of a documented text, and behind a colon, is in the sources."""
+        """Each piece between the gaps of a documented text, and after a colon, is in the sources."""
         sources = "".join(path.read_text(encoding="utf-8") for path in ROOT.glob("src/**/*.cpp"))
         literals = re.sub(r'"\s*\n\s*"', "", sources)
         page = (ROOT / "docs/troubleshooting.md").read_text(encoding="utf-8")
