@@ -1,9 +1,14 @@
 # shellcheck shell=sh
-# Shared by the scripts here; sourced, not run. Installs what a script needs and the machine lacks.
+# Shared by the scripts in this folder; sourced, not run. Installs the packages that a script needs.
 
 missing=""
 
-# need_command COMMAND PACKAGE: notes the Debian package when the command is not there.
+# print_help: prints the comment at the top of the script that calls it.
+print_help() {
+    sed -n '1d; /^[^#]/q; s/^# \{0,1\}//p' "scripts/${0##*/}"
+}
+
+# need_command COMMAND PACKAGE: notes the Debian package if the command is missing.
 need_command() {
     command -v "$1" >/dev/null 2>&1 || missing="$missing $2"
 }
@@ -26,7 +31,7 @@ need_build_tools() {
     need_command python3 python3
 }
 
-# What making and trying the package takes. lintian is used when it is there.
+# For making and testing the package. lintian is used if it is installed.
 need_package_tools() {
     need_command dpkg-shlibdeps dpkg-dev
     need_command file file
@@ -36,7 +41,7 @@ need_package_tools() {
     need_command zsh zsh
 }
 
-# install_missing: installs all packages noted so far. Says nothing when there is none.
+# install_missing: installs the packages noted so far. Prints nothing if there are none.
 install_missing() {
     [ -n "$missing" ] || return 0
     as_root=""
@@ -44,29 +49,29 @@ install_missing() {
         as_root="sudo"
     fi
     if ! command -v apt-get >/dev/null 2>&1; then
-        echo "Please install the counterparts of these Debian packages first:$missing" >&2
+        echo "Please install what corresponds to these Debian packages first:$missing" >&2
         return 1
     fi
     if [ -n "$as_root" ] && ! command -v sudo >/dev/null 2>&1; then
         echo "Please run this as root first: apt-get install$missing" >&2
         return 1
     fi
-    echo "Installing:$missing"
-    # A source that fails to update need not be the one that has the packages.
+    echo "Installing with apt-get, which can take minutes:$missing"
+    # A package source that fails to update may not be the one that has the packages.
     $as_root apt-get -qq update || true
     # The list of packages is split into words on purpose.
     # shellcheck disable=SC2086
     $as_root env DEBIAN_FRONTEND=noninteractive DEBCONF_NOWARNINGS=yes \
-        apt-get -qq install -y --no-install-recommends $missing >/dev/null || return 1
+        apt-get -q install -y --no-install-recommends $missing || return 1
     missing=""
 }
 
-# install_clang: installs clang++ with the libraries of its sanitizers and its fuzzer, and whatever
-# else is missing.
+# install_clang: installs clang++ with the libraries of its sanitizers and fuzzer, and all else that is
+# missing.
 install_clang() {
     need_command clang++ clang
     install_missing || return 1
-    # Those libraries come in a package of their own that goes by the compiler's version.
+    # These libraries are in a separate package, named after the compiler's version.
     if ! echo 'extern "C" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }' |
         clang++ -fsanitize=fuzzer,address -x c++ - -o /dev/null 2>/dev/null; then
         missing="libclang-rt-$(clang++ -dumpversion | cut -d. -f1)-dev"
@@ -74,7 +79,7 @@ install_clang() {
     fi
 }
 
-# job_count: how many jobs to run side by side.
+# job_count: the number of jobs to run in parallel.
 job_count() {
     nproc 2>/dev/null || echo 2
 }
