@@ -1,11 +1,13 @@
 #include "app/Arguments.h"
 
 #include <cstdio>
-#include <iterator>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <type_traits>
 
 #include "app/UsageText.h"
 #include "os/OSTime.h"
-#include "rules/ChipDownloadDescriptor.h"
 #include "util/FormatText.h"
 #include "util/NumberText.h"
 #include "util/TextCase.h"
@@ -17,207 +19,212 @@ namespace {
 
 constexpr unsigned int MAX_MINIDRIVER_CHUNK_SIZE = 251;  // what fits a Write RAM command
 
-// Where the options put what they say.
-struct CArgumentOutputs {
-    std::string* m_pTransportParameters;
-    CChipDownloadDescriptor* m_pDescriptor;
-    bool* m_pVintorMode;
-    bool* m_pIssueDownloadMinidriver;
-    std::string* m_pVnpFileName;
-    BooleanOptions* m_pErase;
-    BooleanOptions* m_pWrite;
-    BooleanOptions* m_pVerify;
-    BooleanOptions* m_pCheckCRC;
-    unsigned int* m_pMinidriverChunkSize;
-};
-
-// Takes the options one by one. Each operation for an option with a value returns an error text,
-// empty on success.
-class CArgumentReader {
-public:
-    explicit CArgumentReader(const CArgumentOutputs& outputs) : m_Out(outputs) {}
-
-    // Whether name is an option without a value; its effect is then done.
-    bool TakeSwitch(const std::string& name, bool isFirstArgument) {
-        if (name == "VINTORMODE") {
-            // Only in front: what follows depends on it.
-            *m_Out.m_pVintorMode = *m_Out.m_pVintorMode || isFirstArgument;
-            return isFirstArgument;
-        }
-        if (name == "NODLMINIDRIVER") {
-            *m_Out.m_pIssueDownloadMinidriver = false;
-            return true;
-        }
-        if (name == "RECORDDLTIME") {
-            g_bRecordDownloadTimeInFile = true;
-            return true;
-        }
-        return TakeOverride(name);
-    }
-
-    std::string TakeOption(const std::string& name, const char* value) {
-        if (name == "RULES") {
-            return *m_Out.m_pVintorMode ? "RULES files not allowed with VINTORMODE option!"
-                                        : LoadRuleSet(value);
-        }
-        if (name == "VNP" && *m_Out.m_pVintorMode) {
-            return TakeVnpFile(value);
-        }
-        if (name == "PORT" && m_strPort.empty()) {
-            m_strPort = value;
-            *m_Out.m_pTransportParameters += " PORT=" + m_strPort + "\n";
-            return {};
-        }
-        if (name == "DLMINIDRIVERCHUNKSIZE" && *m_Out.m_pMinidriverChunkSize == 0) {
-            return TakeMinidriverChunkSize(value);
-        }
-        if (name == "BAUDRATE" && m_strBaudRate.empty()) {
-            TakeBaudRate(value);
-            return {};
-        }
-        if (name == "LOGTO") {
-            m_Out.m_pDescriptor->SetLogFileName(FillTimeStamp(value));
-            return {};
-        }
-        return TakeDataFile(name, value);
-    }
-
-private:
-    bool TakeOverride(const std::string& name) {
-        const struct {
-            const char* m_szName;
-            BooleanOptions* m_pOption;
-            BooleanOptions m_Value;
-        } overrides[] = {
-            {"WRITE", m_Out.m_pWrite, OPTION_ON},      {"ERASE", m_Out.m_pErase, OPTION_ON},
-            {"VERIFY", m_Out.m_pVerify, OPTION_ON},    {"CHECKCRC", m_Out.m_pCheckCRC, OPTION_ON},
-            {"NOWRITE", m_Out.m_pWrite, OPTION_OFF},   {"NOERASE", m_Out.m_pErase, OPTION_OFF},
-            {"NOVERIFY", m_Out.m_pVerify, OPTION_OFF},
-        };
-        for (const auto& entry : overrides) {
-            if (name == entry.m_szName) {
-                *entry.m_pOption = entry.m_Value;
-                return true;
-            }
-        }
-        return false;
-    }
-
-    std::string LoadRuleSet(const char* path) {
-        CDownloadRulesSet rules("");
-        std::string error = rules.LoadFromDownloadParametersFile(path);
-        if (error.empty()) {
-            m_Out.m_pDescriptor->AddRuleSet(rules);
-        }
-        return error;
-    }
-
-    std::string TakeVnpFile(const char* path) {
-        std::string error = LoadRuleSet(path);
-        if (error.empty()) {
-            *m_Out.m_pVnpFileName = path;
-        }
-        return error;
-    }
-
-    std::string TakeMinidriverChunkSize(const char* value) {
-        unsigned int size = 0;
-        if (!TryToGetUIntValue(value, &size) || size > MAX_MINIDRIVER_CHUNK_SIZE) {
-            return std::string("Invalid UINT value for DLMINIDRIVERCHUNKSIZE argument ") + value;
-        }
-        *m_Out.m_pMinidriverChunkSize = size;
-        return {};
-    }
-
-    // NFC parts are driven without flow control; the mark is no part of the rate itself.
-    void TakeBaudRate(const char* value) {
-        m_strBaudRate = UpperCaseCopy(value);
-        const std::size_t mark = m_strBaudRate.find("NFC");
-        if (mark != std::string::npos) {
-            m_strBaudRate.erase(mark);
-            *m_Out.m_pTransportParameters += " RTS=1\n  CTS=0\n  NOFLOWCONTROL=1\n";
-        }
-        *m_Out.m_pTransportParameters += " BAUDRATE=" + m_strBaudRate + "\n";
-    }
-
-    // The first "TIMESTAMP" becomes the time of day. The date part is always zero: the clock of the
-    // tool gives no date, and file names are known to look like that.
-    static std::string FillTimeStamp(const char* value) {
-        constexpr std::string_view MARK = "TIMESTAMP";
-        std::string name = value;
-        const std::size_t mark = name.find(MARK);
-        if (mark != std::string::npos) {
-            dth now;
-            GetCurrentOSTime(&now);
-            name.replace(mark, MARK.size(),
-                         FormatText("%4d-%02d-%02d_%02d%02d%02d", now.year, now.month, now.day,
-                                    now.hour, now.minute, now.second));
-        }
-        return name;
-    }
-
-    std::string TakeDataFile(const std::string& name, const char* value) {
-        using AddFile = void (CChipDownloadDescriptor::*)(std::string);
-        constexpr struct {
-            const char* m_szName;
-            const char* m_szKind;
-            AddFile m_pfnAdd;
-        } KINDS[] = {
-            {"MINIDRIVER", "Minidriver", &CChipDownloadDescriptor::AddMinidriverFileName},
-            {"FIRMWARE", "Firmware", &CChipDownloadDescriptor::AddFirmwareFileName},
-            {"CONFIG", "Config", &CChipDownloadDescriptor::AddConfigDataFileName},
-        };
-        for (const auto& kind : KINDS) {
-            if (name != kind.m_szName) {
-                continue;
-            }
-            if (!DoesFileExist(value)) {
-                return std::string(kind.m_szKind) + " file not found -- " + value;
-            }
-            (m_Out.m_pDescriptor->*kind.m_pfnAdd)(value);
-            return {};
-        }
-        return "Unrecognized command-line argument " + name;
-    }
-
-    CArgumentOutputs m_Out;
-    std::string m_strPort;
-    std::string m_strBaudRate;
-};
-
-void SetInitialValues(const CArgumentOutputs& out) {
-    out.m_pTransportParameters->clear();
-    *out.m_pVintorMode = false;
-    *out.m_pIssueDownloadMinidriver = true;
-    out.m_pVnpFileName->clear();
-    *out.m_pErase = OPTION_UNSET;
-    *out.m_pWrite = OPTION_UNSET;
-    *out.m_pVerify = OPTION_UNSET;
-    *out.m_pMinidriverChunkSize = 0;
+// The functions that take an option return an error text, empty on success. Switches ignore value.
+template <auto MEMBER, auto VALUE>
+std::string Set(CRequest& request, const char* /*value*/) {
+    request.*MEMBER = VALUE;
+    return {};
 }
 
-std::string ReadArguments(int argc, char** argv, const CArgumentOutputs& outputs) {
-    CArgumentReader reader(outputs);
-    std::string error;
-    int i = 1;
-    while (i < argc && error.empty()) {
-        const char* argument = argv[i];
-        if (*argument != '-' && *argument != '/') {
-            return std::string("Unexpected argument ") + argument;
-        }
-        const std::string name = UpperCaseCopy(argument + 1);
-        if (reader.TakeSwitch(name, i == 1)) {
-            ++i;
-            continue;
-        }
-        // Whatever comes next is the value, another option's name too.
-        error = reader.TakeOption(name, i + 1 < argc ? argv[i + 1] : "");
-        i += 2;
+std::string RecordTimes(CRequest& /*request*/, const char* /*value*/) {
+    g_bRecordDownloadTimeInFile = true;
+    return {};
+}
+
+std::string LoadRuleSet(CRequest& request, const char* path) {
+    CDownloadRulesSet rules("");
+    std::string error = rules.LoadFromDownloadParametersFile(path);
+    if (error.empty()) {
+        request.m_Descriptor.AddRuleSet(rules);
+        const std::string pathAndPreset = path;
+        request.m_Inputs.push_back(pathAndPreset.substr(0, pathAndPreset.find('@')));
     }
     return error;
 }
 
+std::string TakeRules(CRequest& request, const char* path) {
+    return request.m_bVintorMode ? "RULES files not allowed with VINTORMODE option!"
+                                 : LoadRuleSet(request, path);
+}
+
+std::string TakeVnp(CRequest& request, const char* path) {
+    std::string error = LoadRuleSet(request, path);
+    if (error.empty()) {
+        request.m_strVnpFileName = path;
+    }
+    return error;
+}
+
+std::string TakePort(CRequest& request, const char* value) {
+    request.m_strPort = value;
+    request.m_strTransportParameters += " PORT=" + request.m_strPort + "\n";
+    return {};
+}
+
+// NFC parts have no flow control; the mark is not part of the rate itself.
+std::string TakeBaudRate(CRequest& request, const char* value) {
+    request.m_strBaudRate = UpperCaseCopy(value);
+    const std::size_t mark = request.m_strBaudRate.find("NFC");
+    if (mark != std::string::npos) {
+        request.m_strBaudRate.erase(mark);
+        request.m_strTransportParameters += " RTS=1\n  CTS=0\n  NOFLOWCONTROL=1\n";
+    }
+    request.m_strTransportParameters += " BAUDRATE=" + request.m_strBaudRate + "\n";
+    return {};
+}
+
+std::string TakeMinidriverChunkSize(CRequest& request, const char* value) {
+    unsigned int size = 0;
+    if (!TryToGetUIntValue(value, &size) || size > MAX_MINIDRIVER_CHUNK_SIZE) {
+        return std::string("Invalid UINT value for DLMINIDRIVERCHUNKSIZE argument ") + value;
+    }
+    request.m_nMinidriverChunkSize = size;
+    return {};
+}
+
+// The first "TIMESTAMP" becomes the time of day. The date in it is always zero, because the clock
+// gives none; scripts look for log files by that form.
+std::string TakeLogFile(CRequest& request, const char* value) {
+    constexpr std::string_view MARK = "TIMESTAMP";
+    std::string name = value;
+    const std::size_t mark = name.find(MARK);
+    if (mark != std::string::npos) {
+        dth now;
+        GetCurrentOSTime(&now);
+        name.replace(mark, MARK.size(),
+                     FormatText("%4d-%02d-%02d_%02d%02d%02d", now.year, now.month, now.day,
+                                now.hour, now.minute, now.second));
+    }
+    request.m_Descriptor.SetLogFileName(name);
+    return {};
+}
+
+constexpr char MINIDRIVER[] = "Minidriver";
+constexpr char FIRMWARE[] = "Firmware";
+constexpr char CONFIG[] = "Config";
+
+template <const char* KIND, void (CChipDownloadDescriptor::*ADD)(std::string)>
+std::string TakeDataFile(CRequest& request, const char* path) {
+    if (!DoesFileExist(path)) {
+        return std::string(KIND) + " file not found -- " + path;
+    }
+    (request.m_Descriptor.*ADD)(path);
+    request.m_Inputs.emplace_back(path);
+    return {};
+}
+
+bool IsFirst(const CRequest& /*request*/, int position) {
+    return position == 1;
+}
+
+bool IsVintorMode(const CRequest& request, int /*position*/) {
+    return request.m_bVintorMode;
+}
+
+// An empty value or a 0 leaves the option open to be given again.
+template <auto MEMBER>
+bool IsStillOpen(const CRequest& request, int /*position*/) {
+    return request.*MEMBER == std::decay_t<decltype(request.*MEMBER)>();
+}
+
+constexpr bool SWITCH = false;
+constexpr bool VALUE = true;
+
+struct COption {
+    const char* m_szName;
+    bool m_bTakesValue;
+    std::string (*m_pTake)(CRequest& request, const char* value);
+    // Where it does not hold for the request so far, the option is not recognized.
+    bool (*m_pIsAllowed)(const CRequest& request, int position) = nullptr;
+};
+
+constexpr COption OPTIONS[] = {
+    {"VINTORMODE", SWITCH, Set<&CRequest::m_bVintorMode, true>, IsFirst},
+    {"NODLMINIDRIVER", SWITCH, Set<&CRequest::m_bIssueDownloadMinidriver, false>},
+    {"RECORDDLTIME", SWITCH, RecordTimes},
+    {"WRITE", SWITCH, Set<&CRequest::m_Write, OPTION_ON>},
+    {"ERASE", SWITCH, Set<&CRequest::m_Erase, OPTION_ON>},
+    {"VERIFY", SWITCH, Set<&CRequest::m_Verify, OPTION_ON>},
+    {"CHECKCRC", SWITCH, Set<&CRequest::m_CheckCRC, OPTION_ON>},
+    {"NOWRITE", SWITCH, Set<&CRequest::m_Write, OPTION_OFF>},
+    {"NOERASE", SWITCH, Set<&CRequest::m_Erase, OPTION_OFF>},
+    {"NOVERIFY", SWITCH, Set<&CRequest::m_Verify, OPTION_OFF>},
+    {"RULES", VALUE, TakeRules},
+    {"VNP", VALUE, TakeVnp, IsVintorMode},
+    {"PORT", VALUE, TakePort, IsStillOpen<&CRequest::m_strPort>},
+    {"DLMINIDRIVERCHUNKSIZE", VALUE, TakeMinidriverChunkSize,
+     IsStillOpen<&CRequest::m_nMinidriverChunkSize>},
+    {"BAUDRATE", VALUE, TakeBaudRate, IsStillOpen<&CRequest::m_strBaudRate>},
+    {"MINIDRIVER", VALUE,
+     TakeDataFile<MINIDRIVER, &CChipDownloadDescriptor::AddMinidriverFileName>},
+    {"FIRMWARE", VALUE, TakeDataFile<FIRMWARE, &CChipDownloadDescriptor::AddFirmwareFileName>},
+    {"LOGTO", VALUE, TakeLogFile},
+    {"CONFIG", VALUE, TakeDataFile<CONFIG, &CChipDownloadDescriptor::AddConfigDataFileName>},
+};
+
+const COption* FindOption(const std::string& name, const CRequest& request, int position) {
+    for (const COption& option : OPTIONS) {
+        if (name == option.m_szName) {
+            const bool isAllowed =
+                option.m_pIsAllowed == nullptr || option.m_pIsAllowed(request, position);
+            return isAllowed ? &option : nullptr;
+        }
+    }
+    return nullptr;
+}
+
+// Writing to an input would destroy it before it is read. Devices and pipes may be both.
+std::string CheckOutputs(const CRequest& request) {
+    const std::string outputs[] = {
+        request.m_Descriptor.GetLogFileName(),
+        g_bRecordDownloadTimeInFile ? DOWNLOAD_TIMES_FILE : "",
+    };
+    for (const std::string& output : outputs) {
+        for (const std::string& input : request.m_Inputs) {
+            std::error_code notThere;
+            if (std::filesystem::is_regular_file(output, notThere) &&
+                std::filesystem::equivalent(input, output, notThere)) {
+                return "Output file " + output + " is the same file as input file " + input;
+            }
+        }
+    }
+    return {};
+}
+
+std::string ReadOptions(int argc, char** argv, CRequest& request) {
+    for (int i = 1; i < argc;) {
+        const std::string argument = argv[i];
+        if (!argument.starts_with('-') && !argument.starts_with('/')) {
+            return "Unexpected argument " + argument;
+        }
+        const std::string name = UpperCaseCopy(argument.substr(1));
+        const COption* option = FindOption(name, request, i);
+        if (option == nullptr) {
+            return "Unrecognized command-line argument " + name;
+        }
+        // Whatever comes next is the value, even the name of an option.
+        const bool hasValue = option->m_bTakesValue && i + 1 < argc;
+        std::string error = option->m_pTake(request, hasValue ? argv[i + 1] : "");
+        if (!error.empty()) {
+            return error;
+        }
+        i += option->m_bTakesValue ? 2 : 1;
+    }
+    return CheckOutputs(request);
+}
+
 }  // namespace
+
+std::string ReadRequest(int argc, char** argv, CRequest& request) {
+    std::string error = ReadOptions(argc, argv, request);
+    if (!error.empty()) {
+        std::fprintf(stderr, "ERROR! %s\n\n\n", error.c_str());
+    }
+    if (!error.empty() || argc <= 1) {
+        PrintUsage(stderr, argc > 0 ? argv[0] : "hciload");
+    }
+    return error;
+}
 
 std::string ProcessArgsAndPrepare(int argc, char** argv, std::string* transportParameters,
                                   CChipDownloadDescriptor* descriptor, bool* vintorMode,
@@ -225,23 +232,19 @@ std::string ProcessArgsAndPrepare(int argc, char** argv, std::string* transportP
                                   BooleanOptions* erase, BooleanOptions* write,
                                   BooleanOptions* verify, BooleanOptions* checkCRC,
                                   unsigned int* dlMinidriverChunkSize) {
-    const CArgumentOutputs outputs = {transportParameters,
-                                      descriptor,
-                                      vintorMode,
-                                      issueDownloadMinidriverCommand,
-                                      vnpFileName,
-                                      erase,
-                                      write,
-                                      verify,
-                                      checkCRC,
-                                      dlMinidriverChunkSize};
-    SetInitialValues(outputs);
-    std::string error = ReadArguments(argc, argv, outputs);
-    if (!error.empty()) {
-        std::fprintf(stderr, "ERROR! %s\n\n\n", error.c_str());
-    }
-    if (!error.empty() || argc <= 1) {
-        PrintUsage(stderr, argc > 0 ? argv[0] : "hciload");
-    }
+    CRequest request;
+    request.m_Descriptor = *descriptor;
+    request.m_CheckCRC = *checkCRC;
+    std::string error = ReadRequest(argc, argv, request);
+    *transportParameters = request.m_strTransportParameters;
+    *descriptor = request.m_Descriptor;
+    *vintorMode = request.m_bVintorMode;
+    *issueDownloadMinidriverCommand = request.m_bIssueDownloadMinidriver;
+    *vnpFileName = request.m_strVnpFileName;
+    *erase = request.m_Erase;
+    *write = request.m_Write;
+    *verify = request.m_Verify;
+    *checkCRC = request.m_CheckCRC;
+    *dlMinidriverChunkSize = request.m_nMinidriverChunkSize;
     return error;
 }

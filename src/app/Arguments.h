@@ -2,19 +2,22 @@
 
 #include <string>
 
-#include "app/BooleanOptions.h"
+#include "app/Request.h"
 
-class CChipDownloadDescriptor;
-
-// Set by -RECORDDLTIME; read by main only.
+// Set by -RECORDDLTIME: main appends the times of the download to this file.
 extern bool g_bRecordDownloadTimeInFile;
+inline constexpr char DOWNLOAD_TIMES_FILE[] = "./DLTIMES.TXT";
 
-// Turns the command line into a download request. All outputs are the caller's; all but checkCRC,
-// which keeps the caller's initial value, are set. transportParameters receives one " NAME=value"
-// line for each parameter of the link. Rule files are loaded here, other files only have to exist.
+// Reads the command line into a request. Rule files are loaded here; other files only have to
+// exist.
 //
-// Returns the error text, empty on success. The first error ends it and is printed with the usage
-// text on standard error; without any argument the usage text is printed and nothing is an error.
+// Returns the error text, empty on success. The first error ends the reading and is printed on
+// standard error, followed by the usage text. Without any argument only the usage text is printed,
+// and that is no error.
+[[nodiscard]] std::string ReadRequest(int argc, char** argv, CRequest& request);
+
+// The same with an output for each item. All are set but checkCRC, which keeps the caller's value
+// unless the option is given; files and rule sets are added to the descriptor.
 std::string ProcessArgsAndPrepare(int argc, char** argv, std::string* transportParameters,
                                   CChipDownloadDescriptor* descriptor, bool* vintorMode,
                                   bool* issueDownloadMinidriverCommand, std::string* vnpFileName,

@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "rules/ChipDownloadDescriptor.h"
 #include "support/CapturedStream.h"
@@ -231,6 +233,48 @@ TEST(Arguments, EveryRuleFileIsKept) {
     EXPECT_EQ(vnp.m_strError, "");
     EXPECT_EQ(vnp.m_Descriptor.CountRuleSets(), 2U);
     EXPECT_EQ(vnp.m_strVnpFileName, path + "@\"B\"");
+}
+
+TEST(Arguments, AnInputIsNeverAnOutput) {
+    const CTempDir folder;
+    const std::filesystem::path home = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    for (const char* name : {"a.hex", "other.hex", "DLTIMES.TXT"}) {
+        folder.Write(name, "");
+    }
+    folder.Write("a.vnp", "DevicePreset = \"A\"\nDLMaxWriteSize = 8\n");
+    std::filesystem::create_symlink("a.hex", "symbolic");
+    std::filesystem::create_hard_link("a.hex", "hard");
+    std::filesystem::create_symlink("missing", "dangling");
+    const struct {
+        Words m_Words;
+        const char* m_szOutputAndInput;  // null when there is no error
+    } cases[] = {
+        {{"-LOGTO", "a.hex", "-FIRMWARE", "a.hex"}, "a.hex a.hex"},
+        {{"-FIRMWARE", "other.hex", "-CONFIG", "symbolic", "-LOGTO", "a.hex"}, "a.hex symbolic"},
+        {{"-LOGTO", "./hard", "-MINIDRIVER", "a.hex"}, "./hard a.hex"},
+        {{"-RULES", "a.vnp@A", "-LOGTO", "a.vnp"}, "a.vnp a.vnp"},
+        {{"-VINTORMODE", "-LOGTO", "a.vnp", "-VNP", "a.vnp@\"A\""}, "a.vnp a.vnp"},
+        {{"-RECORDDLTIME", "-CONFIG", "DLTIMES.TXT"}, "./DLTIMES.TXT DLTIMES.TXT"},
+        // Without the option nothing is written there, and only the last log is.
+        {{"-CONFIG", "DLTIMES.TXT"}, nullptr},
+        {{"-LOGTO", "a.hex", "-LOGTO", "dangling", "-FIRMWARE", "a.hex"}, nullptr},
+        {{"-LOGTO", "other.hex", "-FIRMWARE", "a.hex", "-CONFIG", "a.hex"}, nullptr},
+        {{"-LOGTO", "/dev/null", "-FIRMWARE", "/dev/null"}, nullptr},
+    };
+    for (const auto& c : cases) {
+        const std::string error = Parse(c.m_Words).m_strError;
+        if (c.m_szOutputAndInput == nullptr) {
+            EXPECT_EQ(error, "");
+            continue;
+        }
+        std::istringstream names(c.m_szOutputAndInput);
+        std::string output;
+        std::string input;
+        names >> output >> input;
+        EXPECT_EQ(error, "Output file " + output + " is the same file as input file " + input);
+    }
+    std::filesystem::current_path(home);
 }
 
 TEST(Arguments, TheFirstTimestampInTheLogNameBecomesTheTime) {

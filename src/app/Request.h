@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/BooleanOptions.h"
+#include "image/ChipImageLoadingInformation.h"
+
+// What one command line asks for.
+struct CRequest {
+    std::string m_strTransportParameters;  // one " NAME=value" line for each parameter of the link
+    std::string m_strPort;
+    std::string m_strBaudRate;
+    CChipDownloadDescriptor m_Descriptor;
+    std::vector<std::string> m_Inputs;  // every file to be read
+    bool m_bVintorMode = false;
+    bool m_bIssueDownloadMinidriver = true;
+    std::string m_strVnpFileName;
+    BooleanOptions m_Erase = OPTION_UNSET;
+    BooleanOptions m_Write = OPTION_UNSET;
+    BooleanOptions m_Verify = OPTION_UNSET;
+    BooleanOptions m_CheckCRC = OPTION_UNSET;
+    unsigned int m_nMinidriverChunkSize = 0;  // 0 = no override
+};
+
+// What is to be loaded and how, according to the request.
+CChipImageLoadingInformation DescribeDownload(const CRequest& request);
