@@ -337,6 +337,13 @@ class Documents(unittest.TestCase):
                 named = r"(?<![\w/])(?:build/(?:hciload|chipsim)|scripts/|packaging/|cmake/)"
                 self.assertNotRegex(page.read_text(encoding="utf-8"), named)
 
+    def test_architecture_shows_the_layers(self):
+        lines = (ROOT / "src/layers.txt").read_text(encoding="utf-8").splitlines()
+        layers = [line.split(maxsplit=2)[1:] for line in lines if line and line[0] != "#"]
+        page = (ROOT / "ARCHITECTURE.md").read_text(encoding="utf-8")
+        shown = re.findall(r'(?m)^    \w+\["([\w/]+): (.*)"\]$', page)
+        self.assertEqual(shown, [(folder, purpose) for folder, purpose in layers])
+
     @staticmethod
     def sections(page):
         headings = re.findall(r"(?m)^#+ (.*)$", page.read_text(encoding="utf-8"))
@@ -355,7 +362,10 @@ class Documents(unittest.TestCase):
         texts = re.findall(r"(?m)^(?:### |\| )`([^`]+)`", page)
         self.assertGreater(len(texts), 50)
         pieces = [piece.strip() for text in texts for piece in re.split("…|(?<=: )", text)]
-        self.assertEqual([piece for piece in pieces if piece not in literals], [])
+        formats = re.findall(r'"([^"\n]{6,}%s[^"%\n]{6,})"', literals)
+        filled = "|".join(re.escape(text.strip()).replace("%s", r"\w+") for text in formats)
+        unknown = [piece for piece in pieces if piece not in literals]
+        self.assertEqual([piece for piece in unknown if not re.fullmatch(filled, piece)], [])
 
 
 if __name__ == "__main__":
