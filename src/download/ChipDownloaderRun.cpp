@@ -43,8 +43,11 @@ CChipDownloader::CChipDownloader(const CChipImageLoadingInformation& info,
                                  CSerialConnector* connector)
     : m_LoadingInformation(info), m_pConnector(connector) {
     m_LoadingInformation.SetCustomDownloadAssistantMaker(MakeCustomDownloadAssistant);
-    const CCommunicationParameters* parameters =
-        connector == nullptr ? nullptr : connector->GetConnectionParameters();
+    if (connector == nullptr) {
+        return;
+    }
+    SetObserver(connector->GetObserver());
+    const CCommunicationParameters* parameters = connector->GetConnectionParameters();
     if (parameters != nullptr && parameters->GetPortType() == PORT_TYPE_UART) {
         static_assert(sizeof arUartTxPrefix == 1);
         m_pUartTxPrefix = std::make_unique<CByteBuffer>(1U, arUartTxPrefix[0]);

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "transport/LineObserver.h"
 #include "util/FormatText.h"
 
 namespace {
@@ -48,9 +49,21 @@ void CDownloadRecord::FailPreparation(const std::string& error) {
     SetError(error);
 }
 
+void CDownloadRecord::Note(const std::string& text) {
+    if (m_pObserver != nullptr) {
+        m_pObserver->Note(text);
+    }
+}
+
 // Every change of state passes here. False: *seen was out of date and now is the current state.
 bool CDownloadRecord::ChangeState(DownloadStates* seen, DownloadStates next) {
-    return m_State.compare_exchange_weak(*seen, next);
+    if (!m_State.compare_exchange_weak(*seen, next)) {
+        return false;
+    }
+    if (*seen != next) {
+        Note(GetStateName(next));
+    }
+    return true;
 }
 
 void CDownloadRecord::EnterState(DownloadStates next) {
@@ -140,6 +153,7 @@ void CDownloadRecord::SetError(const std::string& text) {
     // Whoever sees the state must find the text and the log line.
     m_strErrorDescription = text;
     m_Log.Write(" ERROR: " + text);
+    Note(text);
     EnterState(DOWNLOAD_TERMINATED_WITH_ERROR);
     ReportProgress(text);
 }

@@ -12,6 +12,8 @@
 #include "os/OSMutex.h"
 #include "os/TimeLimit.h"
 
+class CLineObserver;
+
 // Runs on the download thread, while that thread may hold the access lock: it must not take it.
 using DownloadProgressCallback = unsigned int (*)(unsigned int downloadedBytes,
                                                   unsigned int verifiedBytes, DownloadStates state,
@@ -39,6 +41,8 @@ public:
     // Both leave even a final state. Success is not reported to the callback.
     void EndPreparation(unsigned int codeTotal, unsigned int dataTotal);
     void FailPreparation(const std::string& error);
+    // Gets changes of state and errors as notes. May be null; set before any of them.
+    void SetObserver(CLineObserver* observer) { m_pObserver = observer; }
     // May be null.
     void SetProgressCallback(DownloadProgressCallback callback) { m_pfnProgress = callback; }
 
@@ -115,6 +119,7 @@ private:
         std::atomic<unsigned int> m_nData = 0;
     };
 
+    void Note(const std::string& text);
     bool ChangeState(DownloadStates* seen, DownloadStates next);
     void EnterState(DownloadStates next);
     void LeaveFinalState(DownloadStates next);
@@ -136,4 +141,5 @@ private:
     CDownloadLog m_Log;
     std::string m_strErrorDescription;
     DownloadProgressCallback m_pfnProgress = nullptr;
+    CLineObserver* m_pObserver = nullptr;
 };

@@ -35,6 +35,7 @@ std::size_t CommandSize(std::span<const unsigned char> bytes) {
 }  // namespace
 
 CLineCapture::~CLineCapture() {
+    const CLockGuard held(m_Lock);
     SettleChipBytes(Now(), true);
 }
 

@@ -34,16 +34,16 @@ public:
     void Note(std::string_view text) override;
 
 private:
-    void WriteChipPackets(std::int64_t time);
-    void SettleChipBytes(std::int64_t now, bool isEnd);
-    void WriteItem(const CAPTURED_ITEM& item);
-    bool WriteWhole(std::span<const unsigned char> block);
+    void WriteChipPackets(std::int64_t time) HCILOAD_REQUIRES(m_Lock);
+    void SettleChipBytes(std::int64_t now, bool isEnd) HCILOAD_REQUIRES(m_Lock);
+    void WriteItem(const CAPTURED_ITEM& item) HCILOAD_REQUIRES(m_Lock);
+    bool WriteWhole(std::span<const unsigned char> block) HCILOAD_REQUIRES(m_Lock);
 
-    COSMutex m_Lock;  // guards all of it
-    CFileDescriptor m_File;
-    std::string m_strPath;
-    CPacketCutter m_FromChip;
-    std::int64_t m_nLastFromChip = 0;
-    std::int64_t m_nLastWritten = 0;
-    off_t m_nSize = 0;  // of what is whole
+    COSMutex m_Lock;
+    CFileDescriptor m_File HCILOAD_GUARDED_BY(m_Lock);
+    std::string m_strPath HCILOAD_GUARDED_BY(m_Lock);
+    CPacketCutter m_FromChip HCILOAD_GUARDED_BY(m_Lock);
+    std::int64_t m_nLastFromChip HCILOAD_GUARDED_BY(m_Lock) = 0;
+    std::int64_t m_nLastWritten HCILOAD_GUARDED_BY(m_Lock) = 0;
+    off_t m_nSize HCILOAD_GUARDED_BY(m_Lock) = 0;  // of what is whole
 };

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "transport/CommunicationParameters.h"
+#include "transport/LineObserver.h"
 
 // Runs on the connector's reader thread with the bytes just received; returns how many it took.
 using RxCallback = unsigned int (*)(void* context, unsigned char* bytes, unsigned int count);
@@ -28,6 +29,10 @@ public:
     virtual std::string ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
                                           unsigned int* gotBytes) = 0;
 
+    // Told of the line from the next Connect on. May be null; outlives the connection.
+    void SetObserver(CLineObserver* observer) { m_pObserver = observer; }
+    CLineObserver* GetObserver() const { return m_pObserver; }
+
     bool IsConnected() const { return m_pParameters != nullptr; }
 
     // Null while not connected; owned by the connector.
@@ -36,4 +41,7 @@ public:
 protected:
     // Their presence is the connected state.
     std::unique_ptr<CCommunicationParameters> m_pParameters;
+
+private:
+    CLineObserver* m_pObserver = nullptr;
 };

@@ -31,6 +31,11 @@ std::string ParseAndConnect(CSerialConnector& connector, const char* paramText) 
 
 CSerialConnector* CreateSerialConnector(const char* paramText, std::string* errorText,
                                         CByteBuffer* transportInfo) {
+    return CreateSerialConnector(paramText, errorText, transportInfo, nullptr);
+}
+
+CSerialConnector* CreateSerialConnector(const char* paramText, std::string* errorText,
+                                        CByteBuffer* transportInfo, CLineObserver* observer) {
     errorText->clear();
     if (paramText == nullptr || *paramText == 0) {
         return nullptr;
@@ -40,6 +45,7 @@ CSerialConnector* CreateSerialConnector(const char* paramText, std::string* erro
         *errorText = "Failed to recognize the connection transport";
         return nullptr;
     }
+    connector->SetObserver(observer);
     *errorText = ParseAndConnect(*connector, paramText);
     if (!errorText->empty()) {
         return nullptr;

@@ -3,6 +3,7 @@
 #include <string>
 
 class CByteBuffer;
+class CLineObserver;
 class CSerialConnector;
 
 // Makes the connector that paramText asks for and connects it. Returns the connected connector,
@@ -10,3 +11,7 @@ class CSerialConnector;
 // empty paramText). transportInfo, when given, receives the one byte 0x01, the mark of a UART.
 CSerialConnector* CreateSerialConnector(const char* paramText, std::string* errorText,
                                         CByteBuffer* transportInfo);
+
+// The same with an observer of the line, which may be null.
+CSerialConnector* CreateSerialConnector(const char* paramText, std::string* errorText,
+                                        CByteBuffer* transportInfo, CLineObserver* observer);

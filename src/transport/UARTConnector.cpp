@@ -1,6 +1,8 @@
 #include "transport/UARTConnector.h"
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <new>
 
 #include "os/OSExecutionThread.h"
@@ -32,6 +34,7 @@ std::string CUARTConnector::Connect(CCommunicationParameters& params, RxCallback
     m_pTransport->Port().ArmSignals();
     m_pTransport->Port().SetUpLine();
     m_pTransport->SetReceiveCallback(rxCallback, context);
+    m_pTransport->SetObserver(GetObserver());
     if (!StartWorkerThreads()) {
         return "Failed to start worker threads";
     }
@@ -55,10 +58,17 @@ std::string CUARTConnector::TransmitBytes(unsigned char* bytes, unsigned int cou
     if (bytes == nullptr || count == 0 || m_pTransport == nullptr) {
         return {};
     }
+    CLineObserver* const observer = GetObserver();
+    if (observer != nullptr) {
+        observer->SentByHost({bytes, count});
+    }
     unsigned int written = 0;
     while (written < count) {
-        written += static_cast<unsigned int>(
-            m_pTransport->Port().Write({bytes + written, count - written}));
+        const ssize_t result = m_pTransport->Port().Write({bytes + written, count - written});
+        if (result < 0 && observer != nullptr) {
+            observer->Note(std::string("Writing to the port failed: ") + std::strerror(errno));
+        }
+        written += static_cast<unsigned int>(result);
     }
     return {};
 }
@@ -136,6 +146,10 @@ unsigned int UARTReadThread(CExecutionThread* thread) {
         const ssize_t got = transport->Port().WaitAndRead(buffer);
         if (got > 0) {
             const auto count = static_cast<unsigned int>(got);
+            // First, or the observer might hear of the caller's reaction before the bytes.
+            if (CLineObserver* const observer = transport->GetObserver()) {
+                observer->SentByChip({buffer.data(), count});
+            }
             transport->TransferReceivedBytesFromUART(buffer.data(), count);
             transport->CallReceiveCallback(buffer.data(), count);
         }

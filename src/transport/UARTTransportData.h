@@ -67,6 +67,8 @@ public:
 
     // Before the reader thread starts; callback may be null.
     void SetReceiveCallback(RxCallback callback, void* context);
+    void SetObserver(CLineObserver* observer) { m_pObserver = observer; }
+    CLineObserver* GetObserver() const { return m_pObserver; }
 
     // Reader thread. Passes bytes on to the callback, if there is one.
     void CallReceiveCallback(unsigned char* bytes, unsigned int n);
@@ -84,6 +86,7 @@ private:
     CSerialPort m_Port;
     RxCallback m_pReceiveCallback = nullptr;
     void* m_pCallbackContext = nullptr;
+    CLineObserver* m_pObserver = nullptr;
     std::atomic<TransportStatus> m_nStatus{TRANSPORT_STATUS_OK};
     std::string m_strStatusText;
     std::atomic<std::uint64_t> m_nNumBytesReceivedFromUART{0};
