@@ -5,9 +5,11 @@
 #include <string_view>
 #include <system_error>
 #include <type_traits>
+#include <utility>
 
 #include "app/UsageText.h"
 #include "os/OSTime.h"
+#include "transport/LineCapture.h"
 #include "util/FormatText.h"
 #include "util/NumberText.h"
 #include "util/TextCase.h"
@@ -16,6 +18,8 @@
 bool g_bRecordDownloadTimeInFile = false;
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr unsigned int MAX_MINIDRIVER_CHUNK_SIZE = 251;  // what fits a Write RAM command
 
@@ -99,6 +103,11 @@ std::string TakeLogFile(CRequest& request, const char* value) {
     return {};
 }
 
+std::string TakeCaptureFile(CRequest& request, const char* value) {
+    request.m_strCaptureFile = value;
+    return *value == '\0' ? "Capture file has no name" : "";
+}
+
 constexpr char MINIDRIVER[] = "Minidriver";
 constexpr char FIRMWARE[] = "Firmware";
 constexpr char CONFIG[] = "Config";
@@ -159,6 +168,7 @@ constexpr COption OPTIONS[] = {
      TakeDataFile<MINIDRIVER, &CChipDownloadDescriptor::AddMinidriverFileName>},
     {"FIRMWARE", VALUE, TakeDataFile<FIRMWARE, &CChipDownloadDescriptor::AddFirmwareFileName>},
     {"LOGTO", VALUE, TakeLogFile},
+    {"CAPTURETO", VALUE, TakeCaptureFile},
     {"CONFIG", VALUE, TakeDataFile<CONFIG, &CChipDownloadDescriptor::AddConfigDataFileName>},
 };
 
@@ -173,22 +183,42 @@ const COption* FindOption(const std::string& name, const CRequest& request, int 
     return nullptr;
 }
 
-// Writing to an input would destroy it before it is read. Devices and pipes may be both.
-std::string CheckOutputs(const CRequest& request) {
-    const std::string outputs[] = {
-        request.m_Descriptor.GetLogFileName(),
-        g_bRecordDownloadTimeInFile ? DOWNLOAD_TIMES_FILE : "",
+// Whether writing to one destroys the other; one of them need not exist yet. Devices and pipes may
+// have both names.
+bool IsSameFile(const fs::path& one, const fs::path& other) {
+    std::error_code ignored;
+    if (fs::exists(one, ignored) && !fs::is_regular_file(one, ignored)) {
+        return false;
+    }
+    const auto resolved = [&](const fs::path& path) {
+        return fs::weakly_canonical(fs::absolute(path, ignored), ignored);
     };
-    for (const std::string& output : outputs) {
-        for (const std::string& input : request.m_Inputs) {
-            std::error_code notThere;
-            if (std::filesystem::is_regular_file(output, notThere) &&
-                std::filesystem::equivalent(input, output, notThere)) {
-                return "Output file " + output + " is the same file as input file " + input;
+    return fs::equivalent(one, other, ignored) || resolved(one) == resolved(other);
+}
+
+std::string CheckOutputs(const CRequest& request) {
+    std::vector<std::pair<const char*, std::string>> others;
+    for (const std::string& input : request.m_Inputs) {
+        others.emplace_back("input", input);
+    }
+    for (const std::string output :
+         {request.m_Descriptor.GetLogFileName(), request.m_strCaptureFile.c_str(),
+          g_bRecordDownloadTimeInFile ? DOWNLOAD_TIMES_FILE : ""}) {
+        for (const auto& [kind, other] : others) {
+            if (!output.empty() && IsSameFile(output, other)) {
+                return "Output file " + output + " is the same file as " + kind + " file " + other;
             }
         }
+        others.emplace_back("output", output);
     }
     return {};
+}
+
+std::string CheckCaptureFormat(const CRequest& request) {
+    return CLineCapture::IsBtsnoop(request.m_strCaptureFile) && CustomDownloadType(request)
+               ? "A btsnoop file cannot hold the packets of a custom download -- " +
+                     request.m_strCaptureFile
+               : "";
 }
 
 std::string ReadOptions(int argc, char** argv, CRequest& request) {
@@ -210,7 +240,8 @@ std::string ReadOptions(int argc, char** argv, CRequest& request) {
         }
         i += option->m_bTakesValue ? 2 : 1;
     }
-    return CheckOutputs(request);
+    const std::string error = CheckOutputs(request);
+    return error.empty() ? CheckCaptureFormat(request) : error;
 }
 
 }  // namespace

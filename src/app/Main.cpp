@@ -9,6 +9,7 @@
 #include "app/Arguments.h"
 #include "app/DownloadRun.h"
 #include "os/OSTime.h"
+#include "transport/LineCapture.h"
 #include "transport/SerialConnector.h"
 #include "transport/SerialConnectorFactory.h"
 #include "transport/TerminalRestore.h"
@@ -28,8 +29,21 @@ void FillStandardDescriptors() {
     close(descriptor);
 }
 
-void RecordTimes(double total, double net, const char* logFileName) {
-    FILE* const file = std::fopen(DOWNLOAD_TIMES_FILE, "at");
+// Reads the command line, and makes sure that the capture can be written before anything is sent.
+std::string Prepare(int argc, char** argv, CRequest& request, CLineCapture& capture) {
+    std::string error = ReadRequest(argc, argv, request);
+    if (error.empty() && !request.m_strCaptureFile.empty()) {
+        error =
+            capture.Open(request.m_strCaptureFile, "hciload " HCILOAD_VERSION, request.m_strPort);
+    }
+    return error;
+}
+
+void ReportTimes(double total, double net, const char* logFileName) {
+    std::printf("Total execution time: %2.2f seconds     Net downloading time: %2.2f seconds\n",
+                total, net);
+    FILE* const file =
+        g_bRecordDownloadTimeInFile ? std::fopen(DOWNLOAD_TIMES_FILE, "at") : nullptr;
     if (file != nullptr) {
         std::fprintf(file, "%8.3f s      %8.3f s    %s\n", total, net, logFileName);
         std::fclose(file);
@@ -40,21 +54,24 @@ void RecordTimes(double total, double net, const char* logFileName) {
 
 int main(int argc, char** argv) {
     FillStandardDescriptors();
-    // A download goes on when nobody reads its output any more.
+    // A download goes on when nobody reads its output any more, or a file reaches its size limit.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     InstallTerminalRestoreOnSignals();
 
     const unsigned int startedMS = GetCurrentOSTimeMS();
     CRequest request;
-    std::string error = ReadRequest(argc, argv, request);
+    CLineCapture capture;
+    std::string error = Prepare(argc, argv, request, capture);
     if (!error.empty()) {
         std::fprintf(stderr, "Error processing command-line arguments: %s\n", error.c_str());
         return EXIT_COMMAND_LINE_ERROR;
     }
 
     std::unique_ptr<CSerialConnector> connector(
-        CreateSerialConnector(request.m_strTransportParameters.c_str(), &error, nullptr));
+        CreateSerialConnector(request.m_strTransportParameters.c_str(), &error, nullptr, &capture));
     if (connector == nullptr) {
+        capture.Note(error);
         std::fprintf(stderr, "Error creating a transport connection (%s)   %s\n",
                      request.m_strTransportParameters.c_str(), error.c_str());
         return EXIT_NO_TRANSPORT;
@@ -70,12 +87,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", error.c_str());
         return EXIT_DOWNLOAD_ERROR;
     }
-    const double total = SecondsBetween(startedMS, endedMS);
-    const double net = SecondsBetween(downloadStartedMS, endedMS);
-    std::printf("Total execution time: %2.2f seconds     Net downloading time: %2.2f seconds\n",
-                total, net);
-    if (g_bRecordDownloadTimeInFile) {
-        RecordTimes(total, net, request.m_Descriptor.GetLogFileName());
-    }
+    ReportTimes(SecondsBetween(startedMS, endedMS), SecondsBetween(downloadStartedMS, endedMS),
+                request.m_Descriptor.GetLogFileName());
     return 0;
 }

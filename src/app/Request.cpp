@@ -23,18 +23,21 @@ void ApplyOverrides(const CRequest& request, CChipImageLoadingInformation& info)
 
 }  // namespace
 
+// Outside Vintor mode the rules name this and nothing else.
+const char* CustomDownloadType(const CRequest& request) {
+    const bool hasRules = !request.m_bVintorMode && request.m_Descriptor.CountRuleSets() > 0;
+    return hasRules ? request.m_Descriptor.GetRuleSet(0).GetDownloadParameter("CustomDownload")
+                    : nullptr;
+}
+
 CChipImageLoadingInformation DescribeDownload(const CRequest& request) {
     CChipImageLoadingInformation info(request.m_Descriptor, false,
                                       request.m_strVnpFileName.c_str());
-    const CDownloadRulesSet* rules = info.GetRules();
     if (request.m_bVintorMode) {
         info.MarkVintorMode();
         info.SetFlagIssueDownloadMinidriverCommand(request.m_bIssueDownloadMinidriver);
-    } else if (rules != nullptr) {
-        // Outside Vintor mode the rules only name the custom procedure that downloads.
-        if (const char* type = rules->GetDownloadParameter("CustomDownload")) {
-            info.SetCustomDownloadType(type);
-        }
+    } else if (const char* type = CustomDownloadType(request)) {
+        info.SetCustomDownloadType(type);
     }
     ApplyOverrides(request, info);
     return info;

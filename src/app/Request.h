@@ -13,6 +13,7 @@ struct CRequest {
     std::string m_strBaudRate;
     CChipDownloadDescriptor m_Descriptor;
     std::vector<std::string> m_Inputs;  // every file to be read
+    std::string m_strCaptureFile;       // "" = no capture
     bool m_bVintorMode = false;
     bool m_bIssueDownloadMinidriver = true;
     std::string m_strVnpFileName;
@@ -22,6 +23,9 @@ struct CRequest {
     BooleanOptions m_CheckCRC = OPTION_UNSET;
     unsigned int m_nMinidriverChunkSize = 0;  // 0 = no override
 };
+
+// The procedure that downloads in place of the standard sequence; null without one.
+const char* CustomDownloadType(const CRequest& request);
 
 // What is to be loaded and how, according to the request.
 CChipImageLoadingInformation DescribeDownload(const CRequest& request);

@@ -235,7 +235,7 @@ TEST(Arguments, EveryRuleFileIsKept) {
     EXPECT_EQ(vnp.m_strVnpFileName, path + "@\"B\"");
 }
 
-TEST(Arguments, AnInputIsNeverAnOutput) {
+TEST(Arguments, AnOutputIsNoOtherFile) {
     const CTempDir folder;
     const std::filesystem::path home = std::filesystem::current_path();
     std::filesystem::current_path(folder.Path());
@@ -248,14 +248,19 @@ TEST(Arguments, AnInputIsNeverAnOutput) {
     std::filesystem::create_symlink("missing", "dangling");
     const struct {
         Words m_Words;
-        const char* m_szOutputAndInput;  // null when there is no error
+        // The output, the other file and what that is; null when there is no error.
+        const char* m_szFiles;
     } cases[] = {
-        {{"-LOGTO", "a.hex", "-FIRMWARE", "a.hex"}, "a.hex a.hex"},
-        {{"-FIRMWARE", "other.hex", "-CONFIG", "symbolic", "-LOGTO", "a.hex"}, "a.hex symbolic"},
-        {{"-LOGTO", "./hard", "-MINIDRIVER", "a.hex"}, "./hard a.hex"},
-        {{"-RULES", "a.vnp@A", "-LOGTO", "a.vnp"}, "a.vnp a.vnp"},
-        {{"-VINTORMODE", "-LOGTO", "a.vnp", "-VNP", "a.vnp@\"A\""}, "a.vnp a.vnp"},
-        {{"-RECORDDLTIME", "-CONFIG", "DLTIMES.TXT"}, "./DLTIMES.TXT DLTIMES.TXT"},
+        {{"-LOGTO", "a.hex", "-FIRMWARE", "a.hex"}, "a.hex a.hex input"},
+        {{"-FIRMWARE", "other.hex", "-CONFIG", "symbolic", "-LOGTO", "a.hex"},
+         "a.hex symbolic input"},
+        {{"-LOGTO", "./hard", "-MINIDRIVER", "a.hex"}, "./hard a.hex input"},
+        {{"-RULES", "a.vnp@A", "-LOGTO", "a.vnp"}, "a.vnp a.vnp input"},
+        {{"-VINTORMODE", "-LOGTO", "a.vnp", "-VNP", "a.vnp@\"A\""}, "a.vnp a.vnp input"},
+        {{"-RECORDDLTIME", "-CONFIG", "DLTIMES.TXT"}, "./DLTIMES.TXT DLTIMES.TXT input"},
+        {{"-captureto", "symbolic", "-FIRMWARE", "a.hex"}, "symbolic a.hex input"},
+        {{"-CAPTURETO", "new", "-LOGTO", "./new"}, "new ./new output"},
+        {{"-CAPTURETO", "new", "-LOGTO", "other.hex"}, nullptr},
         // Without the option nothing is written there, and only the last log is.
         {{"-CONFIG", "DLTIMES.TXT"}, nullptr},
         {{"-LOGTO", "a.hex", "-LOGTO", "dangling", "-FIRMWARE", "a.hex"}, nullptr},
@@ -264,17 +269,31 @@ TEST(Arguments, AnInputIsNeverAnOutput) {
     };
     for (const auto& c : cases) {
         const std::string error = Parse(c.m_Words).m_strError;
-        if (c.m_szOutputAndInput == nullptr) {
+        if (c.m_szFiles == nullptr) {
             EXPECT_EQ(error, "");
             continue;
         }
-        std::istringstream names(c.m_szOutputAndInput);
+        std::istringstream words(c.m_szFiles);
         std::string output;
-        std::string input;
-        names >> output >> input;
-        EXPECT_EQ(error, "Output file " + output + " is the same file as input file " + input);
+        std::string other;
+        std::string kind;
+        words >> output >> other >> kind;
+        EXPECT_EQ(error,
+                  "Output file " + output + " is the same file as " + kind + " file " + other);
     }
     std::filesystem::current_path(home);
+}
+
+TEST(Arguments, ABtsnoopFileTakesNoCustomDownload) {
+    const CTempDir folder;
+    const std::string path =
+        folder.Write("nfc.vnp", "DevicePreset = \"A\"\nCustomDownload = NFC\n");
+    const std::string error =
+        "A btsnoop file cannot hold the packets of a custom download -- c.btsnoop";
+    EXPECT_EQ(Parse({"-RULES", path, "-CAPTURETO", "c.btsnoop"}).m_strError, error);
+    EXPECT_EQ(Parse({"-RULES", path, "-CAPTURETO", "c.pcapng"}).m_strError, "");
+    EXPECT_EQ(Parse({"-VINTORMODE", "-VNP", path, "-CAPTURETO", "c.btsnoop"}).m_strError, "");
+    EXPECT_EQ(Parse({"-CAPTURETO"}).m_strError, "Capture file has no name");
 }
 
 TEST(Arguments, TheFirstTimestampInTheLogNameBecomesTheTime) {
