@@ -3,6 +3,6 @@
 class CCustomDownloadAssistant;
 class CChipImageLoadingInformation;
 
-// A CustomDownloadAssistantMaker that knows every procedure of this folder.
+// Makes the assistant for each custom download type, as a CustomDownloadAssistantMaker.
 CCustomDownloadAssistant* MakeCustomDownloadAssistant(const char* type,
                                                       CChipImageLoadingInformation* owner);

@@ -106,9 +106,9 @@ unsigned int CCustomX4410ADownloadAssistant::ExecuteDownload(CChipDownloader* do
     std::string error = ClearRxFIFO(downloader);
     if (error.empty()) {
         downloader->SetState(DOWNLOAD_READY_TO_DOWNLOAD);
-        // Failed drains and the file count leave the state as it is and no error: the result is
-        // dropped, and only what sends a record sets the error. Callers know the download as one
-        // that never ends.
+        // From here on only a failed record sets an error. Any other failure leaves the download in
+        // this state without one, as a failed first drain leaves it as it was prepared: existing
+        // callers rely on neither being reported.
         error = downloader->DownloadInfo()->GetDescriptor().CountConfigDataFiles() == 1
                     ? DownloadPatches(downloader)
                     : FormatText("Must have exactly one config file to load in %s mode",

@@ -58,8 +58,8 @@ private:
     unsigned int m_nWaitForSignatureMS = 5000;          // CustomXAMaxWaitForSignatureMS
     unsigned int m_nPauseBeforeSignatureMS = 0;         // CustomXATimeoutBeforeSignatureMS
     unsigned int m_nChunkedTxPayloadSize = SEND_WHOLE;  // CustomXAChunkedBusTxMaxPayloadSize, bytes
-    // CustomXAChunkedRxMaxTries: read for old rule files, without effect. Users tune the receive
-    // pause with the fixed number of tries in mind.
+    // CustomXAChunkedRxMaxTries, without effect: the number of tries is fixed, and rule files that
+    // set another one keep their timing.
     unsigned int m_nChunkedRxTries = 200;
     unsigned int m_nPauseBetweenTxChunksMS = 50;  // CustomXAChunkedTxTimeoutMS
     unsigned int m_nPauseBetweenRxPollsMS = 50;   // CustomXAChunkedRxTimeoutMS
