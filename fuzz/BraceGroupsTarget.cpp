@@ -1,8 +1,8 @@
 #include "PieceConnector.h"
 #include "download/ChipDownloader.h"
 
-// The messages that a rule file wants sent before the download: groups in braces, and the exchanges
-// they ask for. An input is the text, and behind its first NUL the script of the port.
+// The messages that rules have sent before a download: groups in braces, and their exchanges. An
+// input is the text up to its first NUL, then the script of the port.
 
 namespace {
 

@@ -1,20 +1,15 @@
 #include <gmock/gmock.h>
 
 #include "support/DownloadSetup.h"
+#include "support/FakeClock.h"
 #include "support/SampleImages.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
+using Texts = std::vector<std::string>;
 
-constexpr char MINIDRIVER_COMMAND[] = "01 2E FC 00";
-constexpr char TEXT[] = "CChipDownloader::VintorPreDownloadSendMessages: ";
-
-std::string Message(const std::string& toSend) {
-    std::string text = "{";
-    return text.append(toSend).append("} {0E} {20}");
-}
+const Texts MINIDRIVER_COMMAND = {"01 2E FC 00"};
+const Texts RESET = {"01 03 0C 00"};
 
 CDownloadRequest WithMessages(const std::string& messages) {
     CDownloadRequest request;
@@ -25,86 +20,61 @@ CDownloadRequest WithMessages(const std::string& messages) {
     return request;
 }
 
-TEST(VintorPreparations, PreloadMessagesGoOutAsTheyAreWritten) {
+TEST(VintorPreparations, SendPreloadMessagesAsTheyAreWritten) {
+    const std::string bytes128 = RepeatedHex("55", 128);
+    const std::string bytes129 = RepeatedHex("55", 129);
     const struct {
-        const char* m_szName;
         std::string m_strMessages;
-        std::vector<std::string> m_Sent;
+        Texts m_Sent;
         std::string m_strError;
+        int m_nMs = 0;
+        CFakeChip::CFault m_Fault = {"none", {}, ""};
     } cases[] = {
-        {"none", "", {MINIDRIVER_COMMAND}, ""},
-        {"one", "{01 03 0C 00} {0E 04 01 03 0C 00} {200}", {"01 03 0C 00", MINIDRIVER_COMMAND}, ""},
-        {"two, with words around them",
-         "first { 0x1 3 xC 0 } answer {0x0e} for { 8 ms } then {01 AA 0C 00}{01 AA 0C 01}{20}",
-         {"01 03 0C 00", "01 AA 0C 00", MINIDRIVER_COMMAND},
-         ""},
-        {"a brace too few: not there at all", "{01 03 0C 00} {0E} {200", {MINIDRIVER_COMMAND}, ""},
-        {"two groups only", "{01 03 0C 00} {0E}", {MINIDRIVER_COMMAND}, ""},
-        {"no byte", "{01 3G} {0E} {20}", {}, "Invalid BYTES TO SEND:01 3G"},
-        {"nothing to send", "{} {0E} {20}", {}, "Invalid BYTES TO SEND:"},
-        {"above a byte", "{100} {0E} {20}", {}, "Invalid BYTES TO SEND:100"},
-        {"too much to send",
-         Message(RepeatedHex("55", 129)),
-         {},
-         "Invalid BYTES TO SEND:" + RepeatedHex("55", 129)},
-        {"nothing expected", "{01} { } {20}", {}, "Invalid BYTES EXPECTED BACK: "},
-        {"no time", "{01} {0E} {soon}", {}, "Invalid MAX TIME TO WAIT:soon"},
-        {"time 0", "{01} {0E} {0}", {}, "Invalid MAX TIME TO WAIT:0"},
-        {"the first error ends it",
-         "{01 03 0C 00} {0E} {20} {02} {0E} {} {01 03 0C 00} {0E} {20}",
-         {"01 03 0C 00"},
-         "Invalid MAX TIME TO WAIT:"},
-        {"another answer",
-         "{01 03 0C 00} {0F} {8}",
-         {"01 03 0C 00"},
-         "SendCommandAndWaitForCompletion call failed"},
+        {"", MINIDRIVER_COMMAND, "", 4},
+        {"{01 03 0C 00} {0E 04 01 03 0C 00} {200}", {"01 03 0C 00", "01 2E FC 00"}, "", 8},
+        {"one { 0x1 3 xC 0 } for {0x0e} in { 8 ms } and {01 AA 0C 00}{AA 0C 01}{20}",
+         {"01 03 0C 00", "01 AA 0C 00", "01 2E FC 00"},
+         "",
+         12},
+        {"{" + bytes128 + "} {0E} {20}", {bytes128, "01 2E FC 00"}, "", 8, {"55", {"0E"}, ""}},
+        {"{01 03 0C 00} {0E} {200", MINIDRIVER_COMMAND, "", 4},
+        {"{01 3G} {0E} {20}", {}, "Invalid BYTES TO SEND:01 3G"},
+        {"{} {0E} {20}", {}, "Invalid BYTES TO SEND:"},
+        {"{" + bytes129 + "} {0E} {20}", {}, "Invalid BYTES TO SEND:" + bytes129},
+        {"{01} { } {20}", {}, "Invalid BYTES EXPECTED BACK: "},
+        {"{01} {0E} {soon}", {}, "Invalid MAX TIME TO WAIT:soon"},
+        {"{01} {0E} {0}", {}, "Invalid MAX TIME TO WAIT:0"},
+        {"{01} {0E} {-5}", {}, "Invalid MAX TIME TO WAIT:-5"},
+        {"{01 03 0C 00} {0E} {20} {02} {0E} {}", RESET, "Invalid MAX TIME TO WAIT:", 4},
+        {"{01 03 0C 00} {0F} {20}", RESET, "SendCommandAndWaitForCompletion call failed", 20},
+        {"{01 03 0C 00} {0E} {20}",
+         RESET,
+         "SendCommandAndWaitForCompletion call failedgone",
+         4,
+         {"01 03", {}, "gone"}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.m_szName);
+        SCOPED_TRACE(c.m_strMessages);
+        const CFakeClock clock;
         CDownloadSetup setup(WithMessages(c.m_strMessages));
-        const std::string expected = c.m_strError.empty() ? "" : TEXT + c.m_strError;
+        setup.Chip().m_Faults = {c.m_Fault};
+        const char* const name = "CChipDownloader::VintorPreDownloadSendMessages: ";
+        const std::string expected = c.m_strError.empty() ? "" : name + c.m_strError;
         EXPECT_EQ(setup.Downloader().PrepareForDownload(), expected);
         EXPECT_EQ(setup.Error(), expected);
         EXPECT_EQ(setup.Chip().m_Sent, c.m_Sent);
+        EXPECT_EQ(clock.GetElapsed() / std::chrono::milliseconds(1), c.m_nMs);
     }
 }
 
-TEST(VintorPreparations, AMessageOf128BytesFits) {
-    CDownloadSetup setup(WithMessages(Message(RepeatedHex("55", 128))));
-    setup.Chip().m_Faults = {{"55", {"0E"}, ""}};
-    EXPECT_EQ(setup.Downloader().PrepareForDownload(), "");
-    EXPECT_EQ(setup.Chip().m_Sent.front(), RepeatedHex("55", 128));
-}
-
-TEST(VintorPreparations, ReportTheTransportsTexts) {
-    CDownloadSetup message(WithMessages("{01 03 0C 00} {0E} {20}"));
-    message.Chip().m_Faults = {{"01 03", {}, "port is gone"}};
-    EXPECT_EQ(message.Downloader().PrepareForDownload(),
-              std::string(TEXT) + "SendCommandAndWaitForCompletion call failedport is gone");
-
-    CDownloadSetup silent(WithMessages(""));
-    silent.Chip().m_Faults = {{MINIDRIVER_COMMAND, {}, ""}};
-    EXPECT_EQ(silent.Downloader().PrepareForDownload(), " VintorDownloadMinidriver failed!");
-
-    CDownloadSetup gone(WithMessages(""));
-    gone.Chip().m_Faults = {{MINIDRIVER_COMMAND, {}, "port is gone"}};
-    EXPECT_EQ(gone.Downloader().PrepareForDownload(),
-              "port is gone VintorDownloadMinidriver failed!");
-}
-
-TEST(VintorPreparations, AreLoggedUnlessThereIsNothingToDo) {
-    CDownloadRequest request = WithMessages("{01 03 0C 00} {0E} {20}");
-    request.m_bLog = true;
-    CDownloadSetup setup(request);
-    ASSERT_EQ(setup.Downloader().PrepareForDownload(), "");
-    EXPECT_THAT(setup.LogText(), HasSubstr("  Sending custom preload message bytes01 03 0C 00\n"));
-    EXPECT_THAT(setup.LogText(), HasSubstr("  About to execute DownloadMinidriver command\n"));
-
-    request.m_pfnOverride = [](auto& info) { info.SetFlagIssueDownloadMinidriverCommand(false); };
-    CDownloadSetup without(request);
-    ASSERT_EQ(without.Downloader().PrepareForDownload(), "");
-    EXPECT_THAT(without.Chip().m_Sent, ElementsAre("01 03 0C 00"));
-    EXPECT_THAT(without.LogText(), testing::Not(HasSubstr("DownloadMinidriver")));
+TEST(VintorPreparations, WaitATenthOfASecondForTheMinidriverCommand) {
+    for (const std::string error : {"", "gone"}) {
+        const CFakeClock clock;
+        CDownloadSetup setup(WithMessages(""));
+        setup.Chip().m_Faults = {{"01 2E FC 00", {}, error}};
+        EXPECT_EQ(setup.Prepare(), error + " VintorDownloadMinidriver failed!");
+        EXPECT_EQ(clock.GetElapsed() / std::chrono::milliseconds(1), error.empty() ? 100 : 4);
+    }
 }
 
 TEST(VintorPreparations, BelongToVintorModeOnly) {
@@ -114,36 +84,26 @@ TEST(VintorPreparations, BelongToVintorModeOnly) {
     EXPECT_EQ(setup.Downloader().PrepareForDownload(), "");
     EXPECT_EQ(setup.Downloader().VintorDownloadFinalPreparations(),
               "CChipDownloader::PrepareForVintorDownload ERROR: NOT VINTOR MODE");
-    EXPECT_THAT(setup.Chip().m_Sent, testing::IsEmpty());
+    EXPECT_TRUE(setup.Chip().m_Sent.empty());
 }
 
 TEST(VintorPreparations, TakesThreeBraceGroupsInARow) {
     const struct {
         const char* m_szText;
-        std::vector<std::string> m_Groups;
+        Texts m_Groups;
         const char* m_szRest;  // null = not three groups
     } cases[] = {
-        {"{a}{b}{c}", {"a", "b", "c"}, ""},
         {"x{ a }y{}z{c}{d}", {" a ", "", "c"}, "{d}"},
-        // A group ends at the first closing brace, whatever it opens.
-        {"{a{b}{c}{d}", {"a{b", "c", "d"}, ""},
-        {"}{a}}{b}}{c}}", {"a", "b", "c"}, "}"},
-        {"{a}{b}{c", {}, nullptr},
-        {"{a}{b}", {}, nullptr},
-        {"", {}, nullptr},
-        {nullptr, {}, nullptr},
+        {"}{a{b}}{b}}{c}}", {"a{b", "b", "c"}, "}"},  // the first closing brace ends a group
+        {"{a}{b}{c", {"a", "b", ""}, nullptr},
+        {nullptr, {"", "", ""}, nullptr},
     };
     for (const auto& c : cases) {
-        std::string groups[3] = {"old", "old", "old"};
-        const char* const rest = CChipDownloader::ExtractNextByteSequenceToSend(
-            c.m_szText, &groups[0], &groups[1], &groups[2]);
-        ASSERT_EQ(rest == nullptr, c.m_szRest == nullptr) << c.m_szText;
-        if (rest != nullptr) {
-            EXPECT_STREQ(rest, c.m_szRest);
-            EXPECT_THAT(groups, testing::ElementsAreArray(c.m_Groups));
-        } else {
-            EXPECT_NE(groups[2], "old");
-        }
+        Texts groups(3, "old");
+        EXPECT_STREQ(CChipDownloader::ExtractNextByteSequenceToSend(c.m_szText, &groups[0],
+                                                                    &groups[1], &groups[2]),
+                     c.m_szRest);
+        EXPECT_EQ(groups, c.m_Groups);
     }
 }
 
