@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds that the checking scripts find what they are there to find."""
+"""Tests that the checking scripts find what they should find."""
 
 import pathlib
 import subprocess
