@@ -26,6 +26,8 @@ function(hciload_test name)
     add_executable(${name} ${ARGN})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_compile_definitions(${name} PRIVATE HCILOAD_SANITIZE="${HCILOAD_SANITIZE}")
+    # Tests are compiled more often than they run; what they test is optimized.
+    target_compile_options(${name} PRIVATE -O0)
     target_link_libraries(${name} PRIVATE libhciload hciload_options GTest::gmock GTest::gtest_main)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()
