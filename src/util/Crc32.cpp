@@ -1,7 +1,6 @@
 #include "util/Crc32.h"
 
 #include <array>
-#include <mutex>
 
 #include "util/ByteOrder.h"
 
@@ -9,27 +8,30 @@ namespace {
 
 constexpr unsigned int POLYNOMIAL = 0xEDB88320U;
 
-// Eight bytes are taken at a time: table k answers for a byte that k more bytes follow, so that the
-// eight look-ups do not wait for each other. Table 0 is the classic one.
+// Eight bytes are taken at a time: table k holds the value for a byte that k more bytes follow, so
+// the eight look-ups do not wait for each other. Table 0 is the classic one.
 constexpr unsigned int SLICES = 8;
-std::array<std::array<unsigned int, 256>, SLICES> g_CrcTables;
-std::once_flag g_CrcTablesBuilt;
+using CrcTables = std::array<std::array<unsigned int, 256>, SLICES>;
 
-void BuildTables() {
+constexpr CrcTables MakeCrcTables() {
+    CrcTables tables{};
     for (unsigned int n = 0; n < 256; ++n) {
         unsigned int c = n;
         for (int bit = 0; bit < 8; ++bit) {
             c = (c & 1U) != 0 ? c >> 1 ^ POLYNOMIAL : c >> 1;
         }
-        g_CrcTables[0][n] = c;
+        tables[0][n] = c;
     }
     for (unsigned int k = 1; k < SLICES; ++k) {
         for (unsigned int n = 0; n < 256; ++n) {
-            const unsigned int c = g_CrcTables[k - 1][n];
-            g_CrcTables[k][n] = g_CrcTables[0][c & 0xFF] ^ c >> 8;
+            const unsigned int c = tables[k - 1][n];
+            tables[k][n] = tables[0][c & 0xFF] ^ c >> 8;
         }
     }
+    return tables;
 }
+
+constexpr CrcTables g_CrcTables = MakeCrcTables();
 
 unsigned int UpdateByEight(unsigned int crc, const unsigned char* buf) {
     const unsigned int low = crc ^ CopyLittleEndianBufferToUint32(buf);
@@ -41,10 +43,6 @@ unsigned int UpdateByEight(unsigned int crc, const unsigned char* buf) {
 }
 
 }  // namespace
-
-void make_crc_table() {
-    std::call_once(g_CrcTablesBuilt, BuildTables);
-}
 
 unsigned int update_crc(unsigned int crc, const unsigned char* buf, unsigned int len) {
     for (; len >= SLICES; len -= SLICES, buf += SLICES) {
