@@ -12,12 +12,6 @@ int SetCancelState(int state) {
     return previous;
 }
 
-int CurrentCancelState() {
-    const int current = SetCancelState(PTHREAD_CANCEL_DISABLE);
-    SetCancelState(current);
-    return current;
-}
-
 }  // namespace
 
 void CCancellationWindow::ConfineThisThread() {
@@ -25,12 +19,16 @@ void CCancellationWindow::ConfineThisThread() {
     SetCancelState(PTHREAD_CANCEL_DISABLE);
 }
 
-CCancellationWindow::CCancellationWindow()
-    : m_nPreviousState(g_bConfined ? SetCancelState(PTHREAD_CANCEL_ENABLE) : CurrentCancelState()) {
+CCancellationWindow::CCancellationWindow() {
+    if (g_bConfined) {
+        SetCancelState(PTHREAD_CANCEL_ENABLE);
+    }
 }
 
 CCancellationWindow::~CCancellationWindow() {
-    SetCancelState(m_nPreviousState);
+    if (g_bConfined) {
+        SetCancelState(PTHREAD_CANCEL_DISABLE);
+    }
 }
 
 CCancellationShield::CCancellationShield()

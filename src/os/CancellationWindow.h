@@ -1,11 +1,11 @@
 #pragma once
 
-// Threads started by COSExecutionThread run with cancellation disabled, so that a request to end
-// never cuts work in half. Sleeps and event waits open a window while they wait: there, and only
-// there, such a thread ends. In any other thread a window changes nothing.
+// Lets the calling thread be ended for a scope, if COSExecutionThread started it. Such threads run
+// with cancellation disabled, so that a request to end never cuts work in half; sleeps and waits
+// open a window, and only there the thread ends. Other threads are not affected.
 //
-// The end comes as a forced unwinding from inside the wait: destructors on the thread's stack run.
-// It must not pass a noexcept function (destructors are), and a catch (...) must rethrow it.
+// The end is a forced unwinding from inside the wait: destructors on the thread's stack run. It
+// must not pass a noexcept function (destructors are), and a catch (...) must rethrow it.
 class CCancellationWindow {
 public:
     CCancellationWindow();
@@ -15,9 +15,6 @@ public:
 
     // Makes the calling thread one that ends only in windows.
     static void ConfineThisThread();
-
-private:
-    int m_nPreviousState;
 };
 
 // Keeps cancellation off for a scope, in any thread.

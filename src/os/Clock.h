@@ -4,16 +4,14 @@
 
 #include <ctime>
 
-// The wall clock and the sleeps of the process. Everything in os/OSTime.h and the time limits of
-// events go through the clock that is in use: the system's, unless a test has put in another.
-//
-// Any thread may call both operations of a clock, also at the same time.
+// Tells the time and sleeps. Everything in os/OSTime.h and the time limits of events use the clock
+// that is in use: the system's, unless a test has replaced it. Any thread may call any operation.
 class CClock {
 public:
     virtual timeval Now() = 0;
 
-    // Sleeps for length. False when a signal ended the sleep early: left is what remains of it.
-    // A place where a canceled thread ends.
+    // Sleeps for length; a canceled thread ends here. False when a signal ended the sleep early:
+    // left is then the rest of it.
     virtual bool Sleep(const timespec& length, timespec& left) = 0;
 
     static CClock& InUse();
@@ -22,8 +20,8 @@ protected:
     ~CClock() = default;  // a clock is never destroyed through this interface
 };
 
-// Puts a clock in use for a scope. Scopes nest. No other thread may use the time when the scope
-// begins or ends: start threads inside it, and wait until they are done before it ends.
+// Replaces the clock in use for a scope; scopes nest. Threads that use the time start inside the
+// scope and are done before it ends.
 class CClockScope {
 public:
     explicit CClockScope(CClock& clock);

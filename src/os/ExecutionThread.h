@@ -14,26 +14,28 @@ enum ThreadStates : int {
     THREAD_STATE_READY = 1,
     THREAD_STATE_START_FAILED = 2,
     THREAD_STATE_RUNNING = 3,
-    THREAD_STATE_FINISHED = 5,  // the function returned; a cancelled thread stays at RUNNING
+    THREAD_STATE_FINISHED = 5,  // the function returned; a canceled thread stays at RUNNING
 };
 
-// How a thread fares. The thread writes it without a lock and owns it together with the thread
-// object, so it may do so even when the object is gone.
+// State and result of a thread. The thread writes them without a lock and shares them with the
+// thread object, so it may write even after the object is destroyed.
 struct THREAD_OUTCOME {
-    std::atomic<int> state{THREAD_STATE_READY};  // one of ThreadStates
+    std::atomic<int> state{};  // one of ThreadStates
     std::atomic<unsigned int> exitCode{0};
-    std::binary_semaphore started{0};  // released once the thread holds its share of this record
+    std::binary_semaphore started{0};  // released once the thread shares this record
 };
 
-// A thread as the rest of the system sees it: a function that is called once with the object.
+// Runs a function on a thread of its own; the function gets the object.
 //
-// One thread, the owner, starts, ends, waits for and destroys the object; GetState and GetExitCode
-// may be asked from any thread. Destroying the object neither stops the thread nor waits for it: an
-// owner that frees what the thread works on calls TerminateThread and WaitUntilDone first.
+// One thread, the owner, starts, ends, waits for and destroys the object; any thread may call
+// GetState and GetExitCode. Destroying the object neither stops the thread nor waits for it: an
+// owner that frees what the thread uses calls TerminateThread and WaitUntilDone first.
 class CExecutionThread {
 public:
     // func may be null: such a thread never runs. context is the function's own, not owned.
-    CExecutionThread(ThreadFunction func, void* context);
+    CExecutionThread(ThreadFunction func, void* context) : m_pFunction(func), m_pContext(context) {
+        m_pOutcome->state = func == nullptr ? THREAD_STATE_NO_FUNCTION : THREAD_STATE_READY;
+    }
     CExecutionThread(const CExecutionThread&) = delete;
     CExecutionThread& operator=(const CExecutionThread&) = delete;
     virtual ~CExecutionThread() = default;
@@ -42,8 +44,8 @@ public:
     virtual int TerminateThread() = 0;
     // Starts the thread: 0, -1 when the system cannot, -2 without a thread function.
     virtual int RunThread() = 0;
-    // Waits for the end of a started thread: 0 once it touches nothing any more (or was never
-    // started), -1 when the system cannot, -2 without a thread function.
+    // Waits for the end of a started thread: 0 once it has ended (or was never started), -1 when
+    // the system cannot, -2 without a thread function.
     virtual int WaitUntilDone() = 0;
 
     const char* Description() const { return m_Description.data(); }
@@ -55,5 +57,5 @@ protected:
     ThreadFunction m_pFunction;
     void* m_pContext;
     std::array<char, 64> m_Description{};
-    std::shared_ptr<THREAD_OUTCOME> m_pOutcome;
+    std::shared_ptr<THREAD_OUTCOME> m_pOutcome = std::make_shared<THREAD_OUTCOME>();
 };

@@ -4,17 +4,14 @@
 
 #include "os/OSMutex.h"
 
-// A lock that is granted in the order of asking. With a plain mutex a thread that unlocks and locks
-// again within microseconds keeps all others out; here it queues up after those who already wait.
-// Not recursive; must not be destroyed while held or waited for.
+// A lock that goes to the thread that has waited longest. With a plain mutex a thread that unlocks
+// and locks again within microseconds keeps all others out; here it queues up behind them. Not
+// recursive; must not be destroyed while held or waited for.
 class CFairMutex : public CSynchronizationMutex {
 public:
-    CFairMutex() = default;
-    CFairMutex(const CFairMutex&) = delete;
-    CFairMutex& operator=(const CFairMutex&) = delete;
     ~CFairMutex() override;
 
-    // Waits as long as it takes: like COSMutex it ignores the time limit and always returns true.
+    // Ignores the time limit and waits as long as it takes. Always returns true.
     bool WaitToLock(unsigned int timeoutMs) override HCILOAD_ACQUIRE();
     void Unlock() override HCILOAD_RELEASE();
 

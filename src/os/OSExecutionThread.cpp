@@ -5,19 +5,16 @@
 
 #include "os/CancellationWindow.h"
 
-COSExecutionThread::COSExecutionThread(ThreadFunction func, void* context)
-    : CExecutionThread(func, context) {}
-
 COSExecutionThread::~COSExecutionThread() {
-    LetGoOfThread();
+    DetachThread();
 }
 
 int COSExecutionThread::RunThread() {
     if (m_pFunction == nullptr) {
         return -2;
     }
-    LetGoOfThread();
-    // Set before the thread is there, which may have finished by the time pthread_create returns.
+    DetachThread();
+    // Set first: the thread may have finished by the time pthread_create returns.
     m_pOutcome->state = THREAD_STATE_RUNNING;
     m_nCreateResult = pthread_create(&m_hThread, nullptr, LinuxThreadProc, this);
     if (m_nCreateResult != 0) {
@@ -50,7 +47,7 @@ int COSExecutionThread::WaitUntilDone() {
     return 0;
 }
 
-void COSExecutionThread::LetGoOfThread() {
+void COSExecutionThread::DetachThread() {
     if (m_bJoinable) {
         pthread_detach(m_hThread);
         m_bJoinable = false;
@@ -62,11 +59,12 @@ void* LinuxThreadProc(void* thread) {
     auto* const self = static_cast<COSExecutionThread*>(thread);
     const ThreadFunction function = self->m_pFunction;
     const std::shared_ptr<THREAD_OUTCOME> outcome = self->m_pOutcome;
-    // pthread_t is an address here; its low 32 bits are enough to tell threads apart.
-    const auto handle = static_cast<std::uint32_t>(static_cast<std::uintptr_t>(pthread_self()));
+    // The low 32 bits tell threads apart. The C cast because pthread_t is a number on Linux and a
+    // pointer elsewhere.
+    const auto handle = static_cast<std::uint32_t>((std::uintptr_t)pthread_self());
     std::snprintf(self->m_Description.data(), self->m_Description.size(), "Linux pthread %08X",
                   handle);
-    // From here on the object is touched by the function only: its owner may destroy it.
+    // From here on only the function may touch the object: its owner may destroy it.
     outcome->started.release();
 
     outcome->exitCode = function(self);

@@ -7,8 +7,6 @@
 #include "os/CancellationWindow.h"
 #include "os/Clock.h"
 
-// Those who measure intervals with this count on the value within the second; a running count
-// would change every time they report.
 unsigned int GetCurrentOSTimeMS() {
     return static_cast<unsigned int>(CClock::InUse().Now().tv_usec / 1000);
 }
