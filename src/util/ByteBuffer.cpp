@@ -13,30 +13,20 @@ char* CopyOfText(const char* text) {
     }
     const size_t room = std::strlen(text) + 1;
     auto* copy = new (std::nothrow) char[room];
-    if (copy != nullptr) {
-        std::memcpy(copy, text, room);
-    }
-    return copy;
+    return copy == nullptr ? nullptr : static_cast<char*>(std::memcpy(copy, text, room));
 }
 
 }  // namespace
 
 CByteBuffer::CByteBuffer(unsigned int size, unsigned char fill) {
-    if (size == 0) {
-        return;
-    }
     unsigned char* block = MakeRoom(size);
-    if (block == nullptr) {
-        return;
+    if (block != nullptr) {
+        std::memset(block, fill, size);
     }
-    std::memset(block, fill, size);
     TakeBlock(block, size, BYTE_BUFFER_OWNED);
 }
 
 CByteBuffer::CByteBuffer(unsigned char* data, unsigned int size, unsigned char mode) {
-    if (data == nullptr || size == 0) {
-        return;
-    }
     TakeBlock(mode == BYTE_BUFFER_OWNED ? CopyOfBytes(data, size) : data, size, mode);
 }
 
@@ -50,28 +40,11 @@ CByteBuffer::CByteBuffer(const CByteBuffer& other)
     : m_nBaseAddress(other.m_nBaseAddress),
       m_nFlag(other.m_nFlag),
       m_pszName(CopyOfText(other.m_pszName)) {
-    if (other.m_nMode == BYTE_BUFFER_BORROWED) {
-        TakeBlock(other.m_pData, other.m_nDataSize, BYTE_BUFFER_BORROWED);
-    } else {
-        TakeBlock(CopyOfBytes(other.m_pData, other.m_nDataSize), other.m_nDataSize,
-                  BYTE_BUFFER_OWNED);
-    }
+    AssignData(other.m_pData, other.m_nDataSize, other.m_nMode);
 }
 
-CByteBuffer& CByteBuffer::operator=(const CByteBuffer& other) {
-    if (this != &other) {
-        *this = CByteBuffer(other);
-    }
-    return *this;
-}
-
-CByteBuffer::CByteBuffer(CByteBuffer&& other) noexcept {
+CByteBuffer& CByteBuffer::operator=(CByteBuffer other) noexcept {
     Swap(other);
-}
-
-CByteBuffer& CByteBuffer::operator=(CByteBuffer&& other) noexcept {
-    CByteBuffer taken(std::move(other));
-    Swap(taken);
     return *this;
 }
 
@@ -83,7 +56,7 @@ CByteBuffer::~CByteBuffer() {
 void CByteBuffer::AssignData(unsigned char* data, unsigned int size, unsigned char mode) {
     // The copy is made first: the new bytes may lie inside the old block.
     const bool borrow = mode == BYTE_BUFFER_BORROWED;
-    unsigned char* block = borrow && size != 0 ? data : CopyOfBytes(data, size);
+    unsigned char* block = borrow ? data : CopyOfBytes(data, size);
     FreeData();
     TakeBlock(block, size, borrow ? BYTE_BUFFER_BORROWED : BYTE_BUFFER_OWNED);
 }
@@ -96,16 +69,14 @@ void CByteBuffer::AppendData(unsigned char* data, unsigned int size) {
         AssignData(data, size, BYTE_BUFFER_OWNED);
         return;
     }
-    unsigned char* block = nullptr;
-    if (size <= UINT_MAX - m_nDataSize) {
-        block = MakeRoom(m_nDataSize + size);
-    }
+    const bool fits = size <= UINT_MAX - m_nDataSize;
+    unsigned char* block = fits ? MakeRoom(m_nDataSize + size) : nullptr;
     if (block != nullptr) {
-        // Short bytes stay where they are.
+        // Both blocks may be m_Short.
         std::memmove(block, m_pData, m_nDataSize);
         std::memmove(block + m_nDataSize, data, size);
     }
-    // The old block goes whatever its mode was, on purpose: only owners append.
+    // Whatever its mode was: only owners append.
     DeleteBlock();
     TakeBlock(block, m_nDataSize + size, BYTE_BUFFER_OWNED);
 }
@@ -125,16 +96,15 @@ unsigned char* CByteBuffer::CopyOfBytes(const unsigned char* data, unsigned int 
         return nullptr;
     }
     unsigned char* copy = MakeRoom(size);
-    // The source may be what the buffer holds now.
     if (copy != nullptr) {
-        std::memmove(copy, data, size);
+        std::memmove(copy, data, size);  // the source may be what the buffer holds now
     }
     return copy;
 }
 
 void CByteBuffer::TakeBlock(unsigned char* block, unsigned int size, unsigned char mode) {
     const bool empty = block == nullptr || size == 0;
-    m_pData = block;
+    m_pData = empty ? nullptr : block;
     m_nDataSize = empty ? 0 : size;
     m_nMode = empty ? static_cast<unsigned char>(BYTE_BUFFER_EMPTY) : mode;
 }

@@ -11,14 +11,11 @@ enum ByteBufferStorage : unsigned char {
     BYTE_BUFFER_ADOPTED = 3,   // the caller's new[] block, freed here with delete[]
 };
 
-// A byte array with the chip address of its first byte, a one-byte mark and an optional name. Image
-// ranges, configuration records and command payloads are all held in it.
+// Holds bytes with the chip address of the first, a one-byte mark and an optional name: image
+// ranges, configuration records and command payloads. One thread at a time.
 //
-// Not synchronised: one thread at a time. Sizes are in bytes, addresses are 32-bit chip addresses.
-//
-// A few owned bytes are kept in the object itself: an image may have a range for each record, and
-// most commands are short. So the pointer to owned bytes is good only as long as the buffer stays
-// where it is and keeps what it holds.
+// Up to 16 owned bytes are kept in the object itself, since an image may have a range for each
+// record and most commands are short. So moving the buffer also invalidates pointers to its bytes.
 class CByteBuffer {
 public:
     CByteBuffer() = default;
@@ -30,26 +27,23 @@ public:
     // Null data or size 0 leaves the buffer empty.
     CByteBuffer(unsigned char* data, unsigned int size, unsigned char mode);
 
-    // Takes over a block whose first size bytes count as the buffer's own (mode 1), without a copy.
-    // A null block or size 0 leaves the buffer empty.
+    // Takes over a block, without a copy, and owns its first size bytes (mode 1). A null block or
+    // size 0 leaves the buffer empty.
     CByteBuffer(std::unique_ptr<unsigned char[]> block, unsigned int size);
 
     // A borrowed source is shared, any other is copied; address, flag and name are always copied.
     CByteBuffer(const CByteBuffer& other);
-    CByteBuffer& operator=(const CByteBuffer& other);
-
     // Takes everything and leaves the source empty, so that lists of ranges grow without copying.
-    CByteBuffer(CByteBuffer&& other) noexcept;
-    CByteBuffer& operator=(CByteBuffer&& other) noexcept;
-
+    CByteBuffer(CByteBuffer&& other) noexcept { Swap(other); }
+    CByteBuffer& operator=(CByteBuffer other) noexcept;  // copies or moves
     ~CByteBuffer();
 
-    // Frees what is owned and takes the new bytes: mode 2 borrows, every other mode copies, adopted
-    // included. Address, flag and name stay.
+    // Replaces the bytes: mode 2 borrows, every other mode copies, also mode 3. Address, flag and
+    // name stay.
     void AssignData(unsigned char* data, unsigned int size, unsigned char mode);
 
     // Appends a copy of the bytes; null data or size 0 does nothing. Only for buffers that own
-    // their bytes: the old block is freed whatever its mode, kept that way on purpose.
+    // their bytes: the old block is freed whatever its mode.
     void AppendData(unsigned char* data, unsigned int size);
 
     // Null or empty text removes the name.
@@ -65,17 +59,15 @@ public:
     void SetFlag(unsigned char flag) { m_nFlag = flag; }
 
 private:
-    static constexpr unsigned int SHORT_SIZE = 16;  // bytes, those of a usual record
+    static constexpr unsigned int SHORT_SIZE = 16;  // bytes, as in most records
 
-    // Room for size bytes that are to be owned: m_Short or a new block; null when memory has run
-    // out.
+    // Room for size owned bytes, m_Short or a new block; null when memory runs out.
     unsigned char* MakeRoom(unsigned int size);
-    // A copy of the bytes in such room; null for no bytes and when memory has run out.
+    // A copy of the bytes in such room; null for no bytes and when memory runs out.
     unsigned char* CopyOfBytes(const unsigned char* data, unsigned int size);
     // Holds block from now on, without freeing what was held; no block or no bytes means empty.
     void TakeBlock(unsigned char* block, unsigned int size, unsigned char mode);
-    // Deletes a block that is not part of the object.
-    void DeleteBlock();
+    void DeleteBlock();  // unless it is m_Short
     void FreeData();
     void Swap(CByteBuffer& other) noexcept;
 

@@ -1,95 +1,77 @@
 #include "util/DateTimeHolder.h"
 
-#include <cstdio>
 #include <iterator>
 
+#include "util/FormatText.h"
 #include "util/TextLines.h"
 
 namespace {
 
-// Reads at most width decimal digits behind white space and moves behind them. False when there is
-// none. A sign is no digit: a time that it changes could not be written again.
+// The fields of eight bits, in the order of the text and of the packed number.
+constexpr std::uint8_t dth::*BYTE_FIELDS[] = {&dth::month, &dth::day, &dth::hour, &dth::minute,
+                                              &dth::second};
+
+// Skips white space, reads at most width decimal digits and moves past them. False when there is
+// none. A sign is no digit: a time with one could not be written again.
 bool ScanField(const char*& cursor, int width, std::uint16_t& field) {
     while (IsWhiteSpace(*cursor)) {
         ++cursor;
     }
     const char* const start = cursor;
     field = 0;
-    while (cursor - start < width && *cursor >= '0' && *cursor <= '9') {
+    for (; cursor - start < width && *cursor >= '0' && *cursor <= '9'; ++cursor) {
         field = static_cast<std::uint16_t>(field * 10 + (*cursor - '0'));
-        ++cursor;
     }
     return cursor != start;
 }
 
-struct FIELD_FORM {
-    int width;
-    char separator;  // what stands in front of the field
-};
-
-constexpr FIELD_FORM FIELD_FORMS[] = {{4, '\0'}, {2, '-'}, {2, '-'}, {2, '@'},
-                                      {2, ':'},  {2, ':'}, {3, '.'}};
-
 }  // namespace
-
-CDateTimeHolder::CDateTimeHolder(const dth& time) : m_Time(time) {}
 
 CDateTimeHolder::CDateTimeHolder(std::uint64_t packedDateTime, std::uint16_t milliseconds) {
     m_Time.year = static_cast<std::uint16_t>(packedDateTime >> 40U);
-    m_Time.month = static_cast<std::uint8_t>(packedDateTime >> 32U);
-    m_Time.day = static_cast<std::uint8_t>(packedDateTime >> 24U);
-    m_Time.hour = static_cast<std::uint8_t>(packedDateTime >> 16U);
-    m_Time.minute = static_cast<std::uint8_t>(packedDateTime >> 8U);
-    m_Time.second = static_cast<std::uint8_t>(packedDateTime);
+    for (unsigned int shift = 40; std::uint8_t dth::*field : BYTE_FIELDS) {
+        shift -= 8;
+        m_Time.*field = static_cast<std::uint8_t>(packedDateTime >> shift);
+    }
     m_Time.milliseconds = milliseconds;
 }
 
-CDateTimeHolder::CDateTimeHolder(const char* text) {
-    ScanText(text);
-}
-
 bool CDateTimeHolder::ScanText(const char* text) {
+    constexpr char SEPARATORS[] = "--@::";
     if (text == nullptr) {
         return false;
     }
-    std::uint16_t fields[std::size(FIELD_FORMS)] = {};
-    const char* cursor = text;
-    for (std::size_t i = 0; i < std::size(FIELD_FORMS); ++i) {
-        if (i > 0 && *cursor++ != FIELD_FORMS[i].separator) {
-            return false;
-        }
-        if (!ScanField(cursor, FIELD_FORMS[i].width, fields[i])) {
-            return false;
-        }
+    dth time;
+    if (!ScanField(text, 4, time.year)) {
+        return false;
     }
-    m_Time.year = fields[0];
-    m_Time.month = static_cast<std::uint8_t>(fields[1]);
-    m_Time.day = static_cast<std::uint8_t>(fields[2]);
-    m_Time.hour = static_cast<std::uint8_t>(fields[3]);
-    m_Time.minute = static_cast<std::uint8_t>(fields[4]);
-    m_Time.second = static_cast<std::uint8_t>(fields[5]);
-    m_Time.milliseconds = fields[6];
+    for (const char* separator = SEPARATORS; std::uint8_t dth::*field : BYTE_FIELDS) {
+        std::uint16_t value = 0;
+        if (*text++ != *separator++ || !ScanField(text, 2, value)) {
+            return false;
+        }
+        time.*field = static_cast<std::uint8_t>(value);
+    }
+    if (*text++ != '.' || !ScanField(text, 3, time.milliseconds)) {
+        return false;
+    }
+    m_Time = time;
     return true;
 }
 
 std::uint64_t CDateTimeHolder::GetPackedDateTime() const {
     std::uint64_t packed = m_Time.year;
-    for (const std::uint8_t field :
-         {m_Time.month, m_Time.day, m_Time.hour, m_Time.minute, m_Time.second}) {
-        packed = packed << 8U | field;
+    for (std::uint8_t dth::*field : BYTE_FIELDS) {
+        packed = packed << 8U | m_Time.*field;
     }
     return packed;
 }
 
 std::string CDateTimeHolder::AsText() const {
-    char text[48];
-    int length = 0;
+    std::string text;
     if (m_Time.year != 0) {
-        length = std::snprintf(text, sizeof text, "%04d-%02d-%02d@", m_Time.year, m_Time.month,
-                               m_Time.day);
+        text = FormatText("%04d-%02d-%02d@", m_Time.year, m_Time.month, m_Time.day);
     }
-    std::snprintf(text + length, sizeof text - static_cast<std::size_t>(length),
-                  "%02d:%02d:%02d.%03d", m_Time.hour, m_Time.minute, m_Time.second,
-                  m_Time.milliseconds);
-    return text;
+    return text + FormatText("%02d:%02d:%02d.%03d", m_Time.hour, m_Time.minute, m_Time.second,
+                             m_Time.milliseconds);
 }

@@ -13,8 +13,8 @@ struct CFileCloser {
 // A standard file stream that closes itself.
 using CFileHandle = std::unique_ptr<std::FILE, CFileCloser>;
 
-// Opens for binary reading; empty when the path is null or empty, does not open, or names a
-// directory (which POSIX would open and then refuse to read).
+// Opens a file for binary reading. Null when the path is null or empty, does not open, or names a
+// directory (which POSIX opens and then refuses to read).
 inline CFileHandle OpenFileForReading(const char* path) {
     if (path == nullptr || *path == '\0') {
         return nullptr;
@@ -27,8 +27,8 @@ inline CFileHandle OpenFileForReading(const char* path) {
     return file;
 }
 
-// One line, or the first maxLength characters of a longer one; the line feed stays part of it.
-// False at the end of the file, with line empty. The file is read by one thread only.
+// Reads one line with its line feed, or the next maxLength characters of a longer one. False at the
+// end of the file, with line empty. For files that only one thread reads.
 inline bool ReadLinePiece(std::FILE* file, std::size_t maxLength, std::string& line) {
     line.clear();
     while (line.size() < maxLength) {

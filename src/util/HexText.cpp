@@ -9,7 +9,25 @@
 
 namespace {
 
-// Reads the token at cursor and moves behind it. -1 for a token that is no byte.
+// Where parsed bytes go: to out, at most maxBytes of them, or nowhere if out is null.
+struct BYTE_OUTPUT {
+    unsigned char* out;
+    unsigned int maxBytes;
+    unsigned int* count;
+
+    bool Add(int value) {
+        if (value < 0 || (out != nullptr && *count >= maxBytes)) {
+            return false;
+        }
+        if (out != nullptr) {
+            out[*count] = static_cast<unsigned char>(value);
+        }
+        ++*count;
+        return true;
+    }
+};
+
+// Reads the token at cursor and moves past it. -1 for a token that is no byte.
 int ParseByteToken(const char*& cursor) {
     int value = 0;
     bool hasDigit = false;
@@ -39,19 +57,13 @@ int RandomDigit() {
 bool ParseHexBytesFromString(const char* text, unsigned char* out, unsigned int maxBytes,
                              unsigned int* count) {
     *count = 0;
+    BYTE_OUTPUT output{out, maxBytes, count};
     for (const char* cursor = text; cursor != nullptr && *cursor != '\0';) {
         if (IsWhiteSpace(*cursor)) {
             ++cursor;
-            continue;
-        }
-        const int value = ParseByteToken(cursor);
-        if (value < 0 || (out != nullptr && *count >= maxBytes)) {
+        } else if (!output.Add(ParseByteToken(cursor))) {
             return false;
         }
-        if (out != nullptr) {
-            out[*count] = static_cast<unsigned char>(value);
-        }
-        ++*count;
     }
     return *count > 0;
 }
@@ -59,6 +71,7 @@ bool ParseHexBytesFromString(const char* text, unsigned char* out, unsigned int 
 bool ParseHexBytesWithoutDelimiters(const char* text, unsigned char* out, unsigned int maxBytes,
                                     unsigned int* count, char wildcard) {
     *count = 0;
+    BYTE_OUTPUT output{out, maxBytes, count};
     int highDigit = -1;
     for (const char* cursor = text; cursor != nullptr && *cursor != '\0'; ++cursor) {
         const int digit = *cursor == wildcard ? RandomDigit() : HexDigitValue(*cursor);
@@ -67,16 +80,11 @@ bool ParseHexBytesWithoutDelimiters(const char* text, unsigned char* out, unsign
         }
         if (highDigit < 0) {
             highDigit = digit;
-            continue;
-        }
-        if (out != nullptr && *count >= maxBytes) {
+        } else if (output.Add(highDigit * 16 + digit)) {
+            highDigit = -1;
+        } else {
             return false;
         }
-        if (out != nullptr) {
-            out[*count] = static_cast<unsigned char>(highDigit * 16 + digit);
-        }
-        ++*count;
-        highDigit = -1;
     }
     return *count > 0;
 }

@@ -8,79 +8,32 @@
 
 namespace {
 
-// Reads NAME=value pairs out of one line. Positions are indices into the line.
-class CPairScanner {
-public:
-    explicit CPairScanner(std::string_view line) : m_Line(line) {}
-
-    // The next pair. False at the end of the line and on an error, which Error() then tells.
-    bool ReadPair(std::string& name, std::string& value) {
-        const std::size_t equals = m_Line.find('=', m_nPosition);
-        if (equals == std::string_view::npos) {
-            return false;
-        }
-        name = LastWordBefore(equals);
-        if (name.empty()) {
-            m_strError = "NAME COULD NOT BE DETERMINED IN ";
-        } else if (!ReadValue(equals + 1, value)) {
-            m_strError = "Double-quote in the middle of a value in ";
-        } else {
-            return true;
-        }
-        m_strError += m_Line.substr(m_nPosition);
-        return false;
-    }
-
-    const std::string& Error() const { return m_strError; }
-
-private:
-    std::string_view LastWordBefore(std::size_t equals) const {
-        const std::string_view words =
-            TrimmedView(m_Line.substr(m_nPosition, equals - m_nPosition));
-        std::size_t start = words.size();
-        while (start > 0 && !IsWhiteSpace(words[start - 1])) {
-            --start;
-        }
-        return words.substr(start);
-    }
-
-    bool ReadValue(std::size_t start, std::string& value) {
-        while (start < m_Line.size() && IsWhiteSpace(m_Line[start])) {
-            ++start;
-        }
-        if (start < m_Line.size() && m_Line[start] == '"') {
-            ReadQuotedValue(start + 1, value);
-            return true;
-        }
-        std::size_t end = start;
-        for (; end < m_Line.size() && !IsWhiteSpace(m_Line[end]); ++end) {
-            if (m_Line[end] == '"') {
-                return false;
-            }
-        }
-        value = m_Line.substr(start, end - start);
-        m_nPosition = end;
-        return true;
-    }
-
-    void ReadQuotedValue(std::size_t start, std::string& value) {
-        const std::size_t quote = m_Line.find('"', start);
-        value = m_Line.substr(start, quote - start);
-        m_nPosition = quote == std::string_view::npos ? m_Line.size() : quote + 1;
-    }
-
-    std::string_view m_Line;
-    std::size_t m_nPosition = 0;
-    std::string m_strError;
-};
-
-// The start of the line that holds the character at position, not before from.
-std::size_t LineStart(std::string_view text, std::size_t from, std::size_t position) {
-    const std::size_t lineFeed = text.substr(from, position - from).rfind('\n');
-    return lineFeed == std::string_view::npos ? from : from + lineFeed + 1;
+// The last word before an "=" is a name; other words between two pairs are ignored.
+std::string_view LastWord(std::string_view words) {
+    words = TrimmedView(words);
+    const auto before = std::find_if(words.rbegin(), words.rend(), IsWhiteSpace);
+    return words.substr(static_cast<std::size_t>(words.rend() - before));
 }
 
-// Adds the setting of a line that holds an "=". Only the first one separates; comments are skipped.
+// Takes the value from the start of the text. False if a double quote stands in the middle of it.
+bool TakeValue(std::string_view& text, std::string_view& value) {
+    while (!text.empty() && IsWhiteSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+    if (text.starts_with('"')) {
+        text.remove_prefix(1);
+        value = text.substr(0, text.find('"'));
+        text.remove_prefix(std::min(value.size() + 1, text.size()));
+        return true;
+    }
+    const auto end =
+        std::find_if(text.begin(), text.end(), [](char c) { return IsWhiteSpace(c) || c == '"'; });
+    value = text.substr(0, static_cast<std::size_t>(end - text.begin()));
+    text.remove_prefix(value.size());
+    return !text.starts_with('"');
+}
+
+// Adds the setting of a line that holds an "="; only the first one separates. Skips comments.
 std::string AddLine(CNameValueTable& table, std::string_view line) {
     while (line.front() == ' ' || line.front() == '\t') {
         line.remove_prefix(1);
@@ -89,8 +42,8 @@ std::string AddLine(CNameValueTable& table, std::string_view line) {
         return {};
     }
     const std::size_t equals = line.find('=');
-    return table.AddValue(ExtractTrimmedString(line.substr(0, equals), true).c_str(),
-                          ExtractTrimmedString(line.substr(equals + 1), false).c_str());
+    return table.AddValue(ExtractTrimmedString(line.substr(0, equals), true),
+                          ExtractTrimmedString(line.substr(equals + 1), false));
 }
 
 }  // namespace
@@ -167,12 +120,12 @@ std::string CNameValueTable::LoadFromString(const char* text) {
     for (std::size_t cursor = 0; error.empty();) {
         const std::size_t equals = all.find('=', cursor);
         const std::size_t lineFeed = all.find('\n', std::min(equals, all.size()));
-        // Here ends, too, a last line without its line feed: it is dropped without a word. Users
-        // of the table depend on that.
+        // A last line without a line feed is silently dropped; callers rely on it.
         if (lineFeed == std::string::npos) {
             break;
         }
-        const std::size_t start = LineStart(all, cursor, equals);
+        const std::size_t before = all.rfind('\n', equals);
+        const std::size_t start = before == std::string::npos ? 0 : before + 1;
         error = AddLine(*this, std::string_view(all).substr(start, lineFeed - start));
         cursor = lineFeed + 1;
     }
@@ -185,21 +138,27 @@ std::string CNameValueTable::ParseValuesFromSingleLine(const char* line) {
     }
     const std::string pairs(line);  // a copy, as above
     Clear();
-    CPairScanner scanner(pairs);
-    std::string name;
-    std::string value;
-    while (scanner.ReadPair(name, value)) {
-        if (value.empty()) {
-            continue;
+    std::string_view rest(pairs);
+    for (std::size_t equals = 0; (equals = rest.find('=')) != std::string_view::npos;) {
+        const std::string_view name = LastWord(rest.substr(0, equals));
+        if (name.empty()) {
+            return "NAME COULD NOT BE DETERMINED IN " + std::string(rest);
         }
+        std::string_view following = rest.substr(equals + 1);
+        std::string_view value;
+        if (!TakeValue(following, value)) {
+            return "Double-quote in the middle of a value in " + std::string(rest);
+        }
+        rest = following;
         // Upper case for the value too, unlike a multi-line text, which keeps its case.
-        std::string error = AddValue(ExtractTrimmedString(std::string_view(name), true).c_str(),
-                                     ExtractTrimmedString(std::string_view(value), true).c_str());
+        std::string error = value.empty() ? ""
+                                          : AddValue(ExtractTrimmedString(name, true),
+                                                     ExtractTrimmedString(value, true));
         if (!error.empty()) {
             return error;
         }
     }
-    return scanner.Error();
+    return {};
 }
 
 std::string CNameValueTable::LoadFromFile(const char* path) {
@@ -214,7 +173,7 @@ std::string CNameValueTable::LoadFromFile(const char* path) {
     char block[4096];
     bool ended = false;
     while (const std::size_t count = ended ? 0 : std::fread(block, 1, sizeof block, file.get())) {
-        // Text ends at a NUL; a file that goes on for gigabytes behind it is not read to its end.
+        // Text ends at a NUL: what may follow it, gigabytes perhaps, is not read.
         ended = std::find(block, block + count, '\0') != block + count;
         content.append(block, count);
     }

@@ -9,27 +9,15 @@
 
 namespace {
 
-bool IsDecDigit(char c) {
-    return c >= '0' && c <= '9';
+bool AllDigits(std::string_view text, int radix) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [radix](char c) {
+        return HexDigitValue(c) >= 0 && HexDigitValue(c) < radix;
+    });
 }
 
-bool IsBinaryDigit(char c) {
-    return c == '0' || c == '1';
-}
-
-bool IsHexDigit(char c) {
-    return HexDigitValue(c) >= 0;
-}
-
-bool AllDigits(std::string_view text, bool (*isDigit)(char)) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), isDigit);
-}
-
-bool IsPrefixed(const char* text, char lower, char upper, bool (*isDigit)(char)) {
-    if (text == nullptr || text[0] != '0' || (text[1] != lower && text[1] != upper)) {
-        return false;
-    }
-    return AllDigits(text + 2, isDigit);
+bool IsPrefixed(const char* text, char lower, char upper, int radix) {
+    return text != nullptr && text[0] == '0' && (text[1] == lower || text[1] == upper) &&
+           AllDigits(text + 2, radix);
 }
 
 // Modulo 2^32, so that a wider number keeps its low 32 bits on every platform.
@@ -42,35 +30,28 @@ unsigned int ScanDigits(std::string_view digits, unsigned int radix) {
     return value;
 }
 
-unsigned int ScanDecimal(const char* text) {
-    return *text == '-' ? WrappingSubtract(0, ScanDigits(text + 1, 10)) : ScanDigits(text, 10);
-}
-
 }  // namespace
 
 bool IsDecInt(const char* text) {
-    return text != nullptr && AllDigits(*text == '-' ? text + 1 : text, IsDecDigit);
+    return text != nullptr && AllDigits(*text == '-' ? text + 1 : text, 10);
 }
 
 bool IsHexInt(const char* text) {
-    return IsPrefixed(text, 'x', 'X', IsHexDigit);
+    return IsPrefixed(text, 'x', 'X', 16);
 }
 
 bool IsBinaryInt(const char* text) {
-    return IsPrefixed(text, 'b', 'B', IsBinaryDigit);
+    return IsPrefixed(text, 'b', 'B', 2);
 }
 
 unsigned int ScanBinaryUInt(const char* text) {
     return IsBinaryInt(text) ? ScanDigits(text + 2, 2) : 0;
 }
 
-int ScanBinaryInt(const char* text) {
-    return static_cast<int>(ScanBinaryUInt(text));
-}
-
 bool TryToGetUIntValue(const char* text, unsigned int* value) {
     if (IsDecInt(text)) {
-        *value = ScanDecimal(text);
+        *value =
+            *text == '-' ? WrappingSubtract(0, ScanDigits(text + 1, 10)) : ScanDigits(text, 10);
     } else if (IsHexInt(text)) {
         *value = ScanDigits(text + 2, 16);
     } else if (IsBinaryInt(text)) {
@@ -82,22 +63,13 @@ bool TryToGetUIntValue(const char* text, unsigned int* value) {
 }
 
 bool TryToGetIntValue(const char* text, int* value) {
-    unsigned int bits = 0;
-    if (!TryToGetUIntValue(text, &bits)) {
-        return false;
-    }
-    *value = static_cast<int>(bits);
-    return true;
+    return TryToGetUIntValue(text, reinterpret_cast<unsigned int*>(value));
 }
 
 unsigned int GetUIntValue(const char* text) {
     unsigned int value = 0;
     TryToGetUIntValue(text, &value);
     return value;
-}
-
-int GetIntValue(const char* text) {
-    return static_cast<int>(GetUIntValue(text));
 }
 
 bool IsRealNumber(const char* text) {
@@ -111,11 +83,10 @@ bool TryToGetRealValue(const char* text, double* value) {
     }
     char* end = nullptr;
     const double number = std::strtod(text, &end);
-    if (end == text) {
-        return false;
+    if (end != text) {
+        *value = number;
     }
-    *value = number;
-    return true;
+    return end != text;
 }
 
 double GetRealValue(const char* text) {

@@ -11,10 +11,7 @@
 namespace {
 
 bool IsQuotedWith(const char* text, char quote) {
-    if (text == nullptr) {
-        return false;
-    }
-    const std::string_view view(text);
+    const std::string_view view(text == nullptr ? "" : text);
     return view.size() >= 2 && view.front() == quote && view.back() == quote;
 }
 

@@ -1,7 +1,6 @@
 #include "util/VariableValue.h"
 
 #include <algorithm>
-#include <bit>
 #include <charconv>
 #include <cstring>
 #include <string_view>
@@ -33,8 +32,8 @@ std::string NextWord(std::string_view& text) {
     return word;
 }
 
-// Reads the decimal number at the start of the text, behind white space and a sign, and moves
-// behind it. False when there is none or it does not fit.
+// Skips white space, reads a decimal number with or without a sign and moves past it. False when
+// there is none or it does not fit.
 bool ScanDecimal(std::string_view& text, std::int64_t& number) {
     while (!text.empty() && IsWhiteSpace(text.front())) {
         text.remove_prefix(1);
@@ -49,16 +48,6 @@ bool ScanDecimal(std::string_view& text, std::int64_t& number) {
 
 }  // namespace
 
-CVariableValue& CVariableValue::operator=(const char* text) {
-    AssignText(text);
-    return *this;
-}
-
-CVariableValue& CVariableValue::operator=(const CDateTimeHolder& time) {
-    AssignDateTime(time);
-    return *this;
-}
-
 void CVariableValue::ClearValue() {
     m_nType = VALUE_UNDEFINED;
     m_nBits = 0;
@@ -66,7 +55,7 @@ void CVariableValue::ClearValue() {
     m_strText.reset();
 }
 
-void CVariableValue::AssignText(const char* text) {
+void CVariableValue::Assign(const char* text) {
     ClearValue();
     if (text != nullptr) {
         m_strText = text;
@@ -74,7 +63,7 @@ void CVariableValue::AssignText(const char* text) {
     }
 }
 
-void CVariableValue::AssignDateTime(const CDateTimeHolder& time) {
+void CVariableValue::Assign(const CDateTimeHolder& time) {
     ClearValue();
     m_nType = VALUE_DATE_TIME;
     m_nBits = time.GetPackedDateTime();
@@ -82,12 +71,9 @@ void CVariableValue::AssignDateTime(const CDateTimeHolder& time) {
 }
 
 bool CVariableValue::AssignName(const char* name) {
-    std::optional<std::string> newName;
-    if (IsValidName(name)) {
-        newName = name;
-    }
-    m_strName = std::move(newName);
-    return m_strName.has_value();
+    const bool isValid = IsValidName(name);
+    m_strName = isValid ? std::optional<std::string>(name) : std::nullopt;
+    return isValid;
 }
 
 bool CVariableValue::IsValidName(const char* name) {
@@ -95,26 +81,15 @@ bool CVariableValue::IsValidName(const char* name) {
            std::all_of(name, name + std::strlen(name), IsNameCharacter);
 }
 
+std::uint64_t CVariableValue::WidthMask() const {
+    return ~std::uint64_t{0} >> (64 - (8 << (m_nType - VALUE_UINT8) / 2));
+}
+
 void CVariableValue::StoreInteger(std::int64_t number) {
-    const auto bits = static_cast<std::uint64_t>(number);
-    switch (m_nType) {
-        case VALUE_UINT8:
-        case VALUE_INT8:
-            m_nBits = bits & 0xFFU;
-            break;
-        case VALUE_UINT16:
-        case VALUE_INT16:
-            m_nBits = bits & 0xFFFFU;
-            break;
-        case VALUE_UINT32:
-        case VALUE_INT32:
-            m_nBits = bits & 0xFFFFFFFFU;
-            break;
-        case VALUE_BOOLEAN:
-            m_nBits = bits != 0 ? 1 : 0;
-            break;
-        default:
-            m_nBits = bits;
+    if (IsBoolean()) {
+        m_nBits = number != 0 ? 1 : 0;
+    } else {
+        m_nBits = static_cast<std::uint64_t>(number) & WidthMask();
     }
 }
 
@@ -124,16 +99,12 @@ void CVariableValue::StoreReal(double number) {
 }
 
 std::int64_t CVariableValue::GetInt64Value() const {
-    switch (m_nType) {
-        case VALUE_INT8:
-            return static_cast<std::int8_t>(m_nBits);
-        case VALUE_INT16:
-            return static_cast<std::int16_t>(m_nBits);
-        case VALUE_INT32:
-            return static_cast<std::int32_t>(m_nBits);
-        default:
-            return IsInteger() ? static_cast<std::int64_t>(m_nBits) : 0;
+    if (!IsInteger()) {
+        return 0;
     }
+    const bool isSigned = m_nType % 2 == 0;
+    const bool isNegative = isSigned && (m_nBits & ~(WidthMask() >> 1)) != 0;
+    return static_cast<std::int64_t>(isNegative ? m_nBits | ~WidthMask() : m_nBits);
 }
 
 double CVariableValue::GetRealNumberValue() const {
@@ -162,14 +133,11 @@ const char* CVariableValue::GetValueAsString(std::string& buffer, unsigned int l
 
 const char* CVariableValue::Description(const char* title, std::string& buffer) const {
     std::string text = title == nullptr ? "" : FormatText("%s: ", title);
-    text += FormatText(" name %s ", m_strName ? m_strName->c_str() : "NULL");
-    if (m_nType == VALUE_UNDEFINED) {
-        text += "UNDEFINED";
-    } else {
-        std::string value;
-        text += FormatText(" type %d   ", m_nType);
-        text += GetValueAsString(value, DESCRIPTION_LIMIT);
-    }
+    text += FormatText(" name %s ", m_strName.value_or("NULL").c_str());
+    std::string value;
+    text += m_nType == VALUE_UNDEFINED
+                ? "UNDEFINED"
+                : FormatText(" type %d   ", m_nType) + GetValueAsString(value, DESCRIPTION_LIMIT);
     buffer = std::move(text);
     return buffer.c_str();
 }
@@ -177,7 +145,7 @@ const char* CVariableValue::Description(const char* title, std::string& buffer) 
 const char* CVariableValue::PackIntoString(std::string& buffer) const {
     std::string value;
     const char* const valueText = GetValueAsString(value, PACKED_LIMIT);
-    buffer = FormatText("%d %s %s%s", m_nType, m_strName ? m_strName->c_str() : NO_VALUE_MARK,
+    buffer = FormatText("%d %s %s%s", m_nType, m_strName.value_or(NO_VALUE_MARK).c_str(),
                         IsString() ? TEXT_MARK : "", valueText);
     return buffer.c_str();
 }
@@ -207,34 +175,29 @@ bool CVariableValue::ScanValueFromString(const char* text) {
         return false;
     }
     if (IsString()) {
-        m_strText = std::string(text);
+        m_strText = text;
         return true;
     }
+    bool found = false;
     if (IsRealNumber()) {
         double number = 0;
-        const bool found = TryToGetRealValue(text, &number);
+        found = TryToGetRealValue(text, &number);
         if (found) {
             StoreReal(number);
         }
-        return found;
-    }
-    if (IsDateTime()) {
+    } else if (IsDateTime()) {
         CDateTimeHolder time;
-        const bool found = time.ScanText(text);
+        found = time.ScanText(text);
         if (found) {
-            AssignDateTime(time);
+            Assign(time);
         }
-        return found;
-    }
-    return ScanInteger(text);
-}
-
-bool CVariableValue::ScanInteger(const char* text) {
-    std::int64_t number = 0;
-    std::string_view rest(text);
-    const bool found = ScanDecimal(rest, number);
-    if (found) {
-        StoreInteger(number);
+    } else {
+        std::int64_t number = 0;
+        std::string_view rest(text);
+        found = ScanDecimal(rest, number);
+        if (found) {
+            StoreInteger(number);
+        }
     }
     return found;
 }

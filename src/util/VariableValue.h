@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,7 +8,8 @@
 
 #include "util/DateTimeHolder.h"
 
-// The codes are part of the packed text and never change.
+// The codes are part of the packed text and never change. Of the integers, the signed are even, and
+// the width doubles every two codes.
 enum VariableValueType : int {
     VALUE_UNDEFINED = 0,
     VALUE_UINT8 = 1,
@@ -29,31 +31,31 @@ enum VariableValueType : int {
 template <class T>
 concept VariableScalar = std::is_arithmetic_v<T> && sizeof(T) <= sizeof(std::uint64_t);
 
+// What a value is made from: a scalar, a text (null: undefined) or a point in time.
+template <class T>
+concept VariableSource = VariableScalar<T> || std::is_convertible_v<const T&, const char*> ||
+    std::is_same_v<T, CDateTimeHolder>;
+
 // A scalar, a text or a point in time, with an optional name and a one-line text form. Copyable,
-// its name with it; not synchronised.
+// its name with it; one thread at a time.
 class CVariableValue {
 public:
     CVariableValue() = default;
-    template <VariableScalar T>
-    explicit CVariableValue(T value) {
-        AssignScalar(value);
+    template <VariableSource T>
+    explicit CVariableValue(const T& value) {
+        Assign(value);
     }
-    explicit CVariableValue(const char* text) { AssignText(text); }  // null: undefined
-    explicit CVariableValue(const CDateTimeHolder& time) { AssignDateTime(time); }
-
-    // These keep the name; assigning another CVariableValue takes over its name too.
-    template <VariableScalar T>
-    CVariableValue& operator=(T value) {
-        AssignScalar(value);
+    // Keeps the name; assigning another CVariableValue takes over its name too.
+    template <VariableSource T>
+    CVariableValue& operator=(const T& value) {
+        Assign(value);
         return *this;
     }
-    CVariableValue& operator=(const char* text);
-    CVariableValue& operator=(const CDateTimeHolder& time);
 
-    // Back to undefined. The name stays.
+    // Makes the value undefined. The name stays.
     void ClearValue();
 
-    // The earlier name goes first, also when the new one is refused.
+    // Drops the old name even if the new one is invalid.
     bool AssignName(const char* name);
     const char* GetName() const { return m_strName ? m_strName->c_str() : nullptr; }
 
@@ -76,9 +78,9 @@ public:
     double GetRealNumberValue() const;
     bool GetBooleanValue() const { return IsBoolean() && m_nBits != 0; }
 
-    // Puts the value's text into buffer and returns it; limit is the most characters taken from a
-    // string. An undefined value returns "NULMRK" and leaves buffer alone. An integer's text ends
-    // in a line feed, which is part of the packed form and kept on purpose.
+    // Puts the value's text into buffer and returns it, of a string at most limit characters. An
+    // undefined value returns "NULMRK" and leaves buffer alone. An integer's text ends in a line
+    // feed, which is part of the packed form.
     const char* GetValueAsString(std::string& buffer, unsigned int limit) const;
 
     // For people: title (may be null), name, type and value. Returns the buffer's text.
@@ -88,8 +90,8 @@ public:
     const char* PackIntoString(std::string& buffer) const;
 
     // False, with nothing changed, for a type code that does not exist. Otherwise name, type and
-    // value are replaced; a value that cannot be read is 0 or, for a string, missing. A boolean is
-    // one of these: it is written as a word and read as a number, kept that way on purpose.
+    // value are replaced; a value that cannot be read is 0 or, for a string, missing. That holds
+    // for a packed boolean: it is written as a word and read as a number.
     bool UnpackFromString(const char* text);
 
     // Reads a value of the type this one has. False leaves it as it was: a null text, a text that
@@ -97,20 +99,20 @@ public:
     bool ScanValueFromString(const char* text);
 
     // Same type and same value; names are not compared. Undefined values and missing strings equal
-    // nothing. Of a point in time the milliseconds are not compared: they stand apart from the
-    // 64 bits that decide.
+    // nothing. The milliseconds of a point in time are not compared: they are not part of the 64
+    // bits that are.
     bool operator==(const CVariableValue& other) const;
 
 private:
     template <VariableScalar T>
-    void AssignScalar(T value);
-    void AssignText(const char* text);
-    void AssignDateTime(const CDateTimeHolder& time);
+    void Assign(T value);
+    void Assign(const char* text);
+    void Assign(const CDateTimeHolder& time);
 
     // Keeps the type's width of number.
     void StoreInteger(std::int64_t number);
     void StoreReal(double number);
-    bool ScanInteger(const char* text);
+    std::uint64_t WidthMask() const;  // the bits of an integer type
 
     std::optional<std::string> m_strName;
     int m_nType = VALUE_UNDEFINED;
@@ -120,7 +122,7 @@ private:
 };
 
 template <VariableScalar T>
-void CVariableValue::AssignScalar(T value) {
+void CVariableValue::Assign(T value) {
     ClearValue();
     if constexpr (std::is_same_v<T, bool>) {
         m_nType = VALUE_BOOLEAN;
@@ -129,11 +131,7 @@ void CVariableValue::AssignScalar(T value) {
         m_nType = sizeof(T) == sizeof(float) ? VALUE_FLOAT : VALUE_DOUBLE;
         StoreReal(static_cast<double>(value));
     } else {
-        constexpr int UNSIGNED_TYPE = sizeof(T) == 1   ? VALUE_UINT8
-                                      : sizeof(T) == 2 ? VALUE_UINT16
-                                      : sizeof(T) == 4 ? VALUE_UINT32
-                                                       : VALUE_UINT64;
-        m_nType = UNSIGNED_TYPE + (std::is_signed_v<T> ? 1 : 0);
+        m_nType = VALUE_UINT8 + 2 * std::countr_zero(sizeof(T)) + (std::is_signed_v<T> ? 1 : 0);
         StoreInteger(static_cast<std::int64_t>(value));
     }
 }

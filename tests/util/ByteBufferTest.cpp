@@ -90,7 +90,7 @@ TEST_F(CByteBufferTest, MovesTakeEverythingAndLeaveNothing) {
     // NOLINTEND(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
     CByteBuffer& self = target;
     target = self;
-    EXPECT_EQ(target.GetDataBuffer(), block);
+    EXPECT_EQ(BytesOf(target), "abcd");
 }
 
 TEST_F(CByteBufferTest, AssignDataBorrowsInModeTwoAndCopiesElse) {

@@ -5,8 +5,6 @@
 #include <limits>
 #include <vector>
 
-#include "util/NameValueAddress.h"
-
 namespace {
 
 const CDateTimeHolder g_NewYear("2024-12-31@23:58:59.123");
@@ -223,12 +221,6 @@ TEST(VariableValue, ComparesTypeAndValueOnly) {
     for (const auto& [left, right] : different) {
         EXPECT_FALSE(left == right) << TextOf(left);
     }
-}
-
-TEST(NameValueAddress, KeepsItsParts) {
-    const CNameValueAddress label("BD_ADDR", "20 70 02", 0xFFFFFFFF);
-    EXPECT_EQ(label.GetName() + "=" + label.GetValue(), "BD_ADDR=20 70 02");
-    EXPECT_EQ(label.GetAddress(), 0xFFFFFFFFU);
 }
 
 }  // namespace
