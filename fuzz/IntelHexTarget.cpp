@@ -2,7 +2,7 @@
 
 #include "PlainImage.h"
 #include "corekit/intelhex/IntelHexReader.h"
-#include "support/PlainRules.h"
+#include "support/FullHexRules.h"
 
 // Any text as an Intel HEX file. The loader, fast as it is, has to make of it what the rules say,
 // taken word by word.
@@ -12,8 +12,8 @@ namespace {
 class CPlainLoad {
 public:
     explicit CPlainLoad(const char* path) {
-        const CPlainRules rules(path);
-        for (const CPlainRules::Data& data : rules.GetData()) {
+        const CFullHexRules rules(path);
+        for (const CFullHexRules::Data& data : rules.GetData()) {
             if (m_strError.empty()) {
                 TakeRecord(data.address, data.bytes);
             }

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "corekit/intelhex/PlainHexRecord.h"
+#include "corekit/intelhex/FastHexDecoder.h"
 #include "util/ByteBuffer.h"
 #include "util/Wrap32.h"
 

@@ -3,13 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 
-namespace {
-
-constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
-
-}  // namespace
+#include "util/TextLines.h"
 
 void CHexTextSource::Open(std::FILE* file) {
     Close();
@@ -59,7 +54,7 @@ bool CHexTextSource::ReadLine(std::string& line, std::string* error) {
     Skip(used);
     line.assign(text, used);
     line.resize(std::min(line.find('\0'), used));
-    while (!line.empty() && WHITE_SPACE.find(line.back()) != std::string_view::npos) {
+    while (!line.empty() && IsWhiteSpace(line.back())) {
         line.pop_back();
     }
     return true;

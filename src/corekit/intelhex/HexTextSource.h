@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-// The text of an Intel HEX file, read in large blocks. Lines are what fgets makes of them with a
-// buffer of LINE_BUFFER_SIZE characters: longer ones come in pieces, the last needs no line feed,
-// and a NUL ends what is seen of a line.
+// Reads the text of an Intel HEX file in large blocks. Its lines are those of fgets with a buffer
+// of LINE_BUFFER_SIZE characters: longer ones come in pieces, the last needs no line feed, and a
+// NUL ends the visible part of a line.
 class CHexTextSource {
 public:
     static constexpr std::size_t LINE_BUFFER_SIZE = 550;
@@ -21,7 +21,7 @@ public:
     static constexpr std::size_t LINES_KEPT = 100;
     void Rewind() { m_nNext = 0; }
 
-    // The text that follows: at least one whole line or line piece unless the file ends in it.
+    // The unread text: at least one whole line or line piece, unless the file ends before.
     const char* GetText() {
         if (GetTextSize() < LINE_BUFFER_SIZE) {
             Fill();
@@ -31,8 +31,8 @@ public:
     std::size_t GetTextSize() const { return m_nEnd - m_nNext; }  // after GetText
     void Skip(std::size_t size) { m_nNext += size; }
 
-    // The next line with the white space at its end stripped. False at the end of the file and when
-    // it cannot be read; then *error tells why.
+    // The next line without trailing white space. False at the end of the file, and when reading
+    // fails; then *error tells why.
     bool ReadLine(std::string& line, std::string* error);
 
 private:
@@ -43,7 +43,7 @@ private:
 
     std::FILE* m_pFile = nullptr;
     std::unique_ptr<char[]> m_pBlock;
-    std::size_t m_nNext = 0;  // of the text in the block, the first that is not read
+    std::size_t m_nNext = 0;  // the first unread character of the block
     std::size_t m_nEnd = 0;
     int m_nReadError = 0;  // errno
 };

@@ -1,51 +1,15 @@
 #include "corekit/intelhex/IntelHexBasics.h"
 
-#include <array>
 #include <cstdio>
-
-enum class CIntelHexBasics::RecordFault : unsigned char {
-    TooShort,
-    StartingCharacter,
-    ByteCount,
-    LoadAddress,
-    RecordType,
-    UnknownType,
-    DataValue,
-    Checksum,
-    ChecksumMismatch,
-    None,
-};
+#include <numeric>
 
 namespace {
 
-// In the order of the faults.
-constexpr std::array FAULT_TEXTS = {
-    "ValidateIntelHexLine: Line too short: ",
-    "ValidateIntelHexLine: Unexpected starting character: ",
-    "ValidateIntelHexLine: Failed to parse #data bytes: ",
-    "ValidateIntelHexLine: Failed to parse loading address: ",
-    "ValidateIntelHexLine: Failed to parse record type: ",
-    "ValidateIntelHexLine: Unrecognized record type: ",
-    "ValidateIntelHexLine: Failed to parse data value: ",
-    "ValidateIntelHexLine: Failed to parse checksum: ",
-    "ValidateIntelHexLine: Checksum mismatch on line: ",
-};
+constexpr char DATA_VALUE_FAULT[] = "ValidateIntelHexLine: Failed to parse data value: ";
+constexpr char CHECKSUM_FAULT[] = "ValidateIntelHexLine: Checksum mismatch on line: ";
 
 constexpr size_t SHORTEST_RECORD = 11;
 constexpr size_t DATA_POSITION = 9;
-
-bool IsKnownRecordType(unsigned short type) {
-    switch (type) {
-        case INTEL_HEX_DATA:
-        case INTEL_HEX_END_OF_FILE:
-        case INTEL_HEX_EXTENDED_SEGMENT_ADDRESS:
-        case INTEL_HEX_EXTENDED_LINEAR_ADDRESS:
-        case INTEL_HEX_START_LINEAR_ADDRESS:
-            return true;
-        default:
-            return false;
-    }
-}
 
 // The conversion is left to the C library, so that every oddity it accepts is exactly its own.
 bool ScanHexField(std::string_view line, size_t start, size_t length, unsigned short* value) {
@@ -81,10 +45,8 @@ bool CIntelHexBasics::ExtractHexField(const char* line, unsigned short start, un
 
 unsigned short CIntelHexBasics::ComputeChecksum(unsigned short count, unsigned short address,
                                                 unsigned short type, const unsigned short* data) {
-    unsigned int sum = count + type + (address >> 8) + (address & 0xFFU);
-    for (unsigned int i = 0; i < count; ++i) {
-        sum += data[i];
-    }
+    const unsigned int head = count + type + (address >> 8) + (address & 0xFFU);
+    const unsigned int sum = std::accumulate(data, data + count, head);
     return static_cast<unsigned short>((0x100 - (sum & 0xFF)) & 0xFF);
 }
 
@@ -96,47 +58,54 @@ bool CIntelHexBasics::ValidateIntelHexLine(const char* line, int lineNumber, boo
         return true;
     }
     RecordFields fields;
-    const RecordFault fault = CheckRecord(line, fields);
-    if (fault == RecordFault::None) {
+    const char* const fault = CheckRecord(line, fields);
+    if (fault == nullptr) {
         return true;
     }
-    *error = std::string(FAULT_TEXTS[static_cast<size_t>(fault)]) + line;
-    if (print) {
-        PrintFault(fault, line, fields);
+    *error = std::string(fault) + line;
+    if (print && fault == DATA_VALUE_FAULT) {
+        std::fprintf(stderr, "ValidateIntelHexLine: Failed to parse data value [%0d]: %s\n",
+                     static_cast<int>(fields.data.size()), line);
+    } else if (print) {
+        std::fprintf(stderr, "%s\n", error->c_str());
+    }
+    if (print && fault == CHECKSUM_FAULT) {
+        std::fprintf(stderr, "                      Computed %2X   Parsed %2X\n",
+                     ComputeChecksum(fields.count, fields.address, fields.type, fields.data.data()),
+                     fields.checksum);
     }
     return false;
 }
 
-CIntelHexBasics::RecordFault CIntelHexBasics::CheckRecord(std::string_view line,
-                                                          RecordFields& fields) {
+const char* CIntelHexBasics::CheckRecord(std::string_view line, RecordFields& fields) {
     if (line.size() < SHORTEST_RECORD) {
-        return RecordFault::TooShort;
+        return "ValidateIntelHexLine: Line too short: ";
     }
     if (line[0] != ':') {
-        return RecordFault::StartingCharacter;
+        return "ValidateIntelHexLine: Unexpected starting character: ";
     }
     if (!ScanHexField(line, 1, 2, &fields.count)) {
-        return RecordFault::ByteCount;
+        return "ValidateIntelHexLine: Failed to parse #data bytes: ";
     }
     if (!ScanHexField(line, 3, 4, &fields.address)) {
-        return RecordFault::LoadAddress;
+        return "ValidateIntelHexLine: Failed to parse loading address: ";
     }
     if (!ScanHexField(line, 7, 2, &fields.type)) {
-        return RecordFault::RecordType;
+        return "ValidateIntelHexLine: Failed to parse record type: ";
     }
-    if (!IsKnownRecordType(fields.type)) {
-        return RecordFault::UnknownType;
+    if (!IsKnownHexRecordType(fields.type)) {
+        return "ValidateIntelHexLine: Unrecognized record type: ";
     }
     if (!ReadDataFields(line, fields)) {
-        return RecordFault::DataValue;
+        return DATA_VALUE_FAULT;
     }
     const size_t end = DATA_POSITION + size_t{2} * fields.count;
     if (!ScanHexField(line, end, 2, &fields.checksum)) {
-        return RecordFault::Checksum;
+        return "ValidateIntelHexLine: Failed to parse checksum: ";
     }
     const unsigned short computed =
         ComputeChecksum(fields.count, fields.address, fields.type, fields.data.data());
-    return fields.checksum == computed ? RecordFault::None : RecordFault::ChecksumMismatch;
+    return fields.checksum == computed ? nullptr : CHECKSUM_FAULT;
 }
 
 bool CIntelHexBasics::ReadDataFields(std::string_view line, RecordFields& fields) {
@@ -148,18 +117,4 @@ bool CIntelHexBasics::ReadDataFields(std::string_view line, RecordFields& fields
         fields.data.push_back(value);
     }
     return true;
-}
-
-void CIntelHexBasics::PrintFault(RecordFault fault, const char* line, const RecordFields& fields) {
-    if (fault == RecordFault::DataValue) {
-        std::fprintf(stderr, "ValidateIntelHexLine: Failed to parse data value [%0d]: %s\n",
-                     static_cast<int>(fields.data.size()), line);
-        return;
-    }
-    std::fprintf(stderr, "%s%s\n", FAULT_TEXTS[static_cast<size_t>(fault)], line);
-    if (fault == RecordFault::ChecksumMismatch) {
-        std::fprintf(stderr, "                      Computed %2X   Parsed %2X\n",
-                     ComputeChecksum(fields.count, fields.address, fields.type, fields.data.data()),
-                     fields.checksum);
-    }
 }

@@ -7,7 +7,7 @@
 #include "corekit/intelhex/AllowedLineInFile.h"
 
 // The record types of the Intel Hexadecimal Object File Format that are read. Type 3, the start
-// segment address, is refused on purpose: the chips have no segment registers to start from.
+// segment address, is refused: the chips have no segment registers to start from.
 enum IntelHexRecordType : unsigned short {
     INTEL_HEX_DATA = 0,
     INTEL_HEX_END_OF_FILE = 1,
@@ -16,7 +16,11 @@ enum IntelHexRecordType : unsigned short {
     INTEL_HEX_START_LINEAR_ADDRESS = 5,
 };
 
-// The checks of one record line:
+constexpr bool IsKnownHexRecordType(unsigned int type) {
+    return type <= INTEL_HEX_START_LINEAR_ADDRESS && type != 3;
+}
+
+// Checks one record line:
 //
 //   0  ":"
 //   1  byte count, 2 digits
@@ -32,9 +36,9 @@ public:
     void AddAllowedText(const char* text, int lineNumber);
     bool IsLineToSkip(const char* line, int lineNumber) const;
 
-    // Reads length characters from position start as scanf reads "%hX": white space in front, a
-    // sign, "0x" and a field that ends early are all accepted. Positions past the end of the line
-    // read as missing. False, with *value left alone, when there is no number.
+    // Reads length characters from position start as scanf reads "%hX": leading white space, a
+    // sign, "0x" and a field that ends early are all accepted. False, with *value left alone, when
+    // there is no number or the line ends before start.
     static bool ExtractHexField(const char* line, unsigned short start, unsigned short length,
                                 unsigned short* value);
 
@@ -44,7 +48,7 @@ public:
                                           unsigned short type, const unsigned short* data);
 
     // Whether the line is acceptable; *skip tells that it is one to pass over. On failure *error is
-    // the message and the line; print shows it on standard error too.
+    // the message and the line; print also shows it on standard error.
     bool ValidateIntelHexLine(const char* line, int lineNumber, bool print, std::string* error,
                               bool* skip) const;
 
@@ -65,11 +69,8 @@ protected:
     static bool ReadDataFields(std::string_view line, RecordFields& fields);
 
 private:
-    enum class RecordFault : unsigned char;
-
-    // Reads and checks the fields in their order, up to the first fault.
-    static RecordFault CheckRecord(std::string_view line, RecordFields& fields);
-    static void PrintFault(RecordFault fault, const char* line, const RecordFields& fields);
+    // Reads and checks the fields in their order. The text of the first fault, or null.
+    static const char* CheckRecord(std::string_view line, RecordFields& fields);
 
     std::vector<CAllowedLineInFile> m_AllowedLines;
     bool m_bRecordTextAllowed = false;

@@ -48,9 +48,7 @@ void CIntelHexReader::CloseDataFile() {
 }
 
 void CIntelHexReader::ResetPosition() {
-    m_nAddressMode = EXTENDED_LINEAR;
-    m_nUpperAddress = 0;
-    m_nStartLinearAddress = 0;
+    m_nBaseAddress = 0;
     m_nLineNumber = 0;
 }
 
@@ -59,7 +57,7 @@ std::string CIntelHexReader::TryFirstLines() {
     std::vector<unsigned char> data;
     std::string error;
     for (int call = 1; data.empty(); ++call) {
-        // The seventh call is refused whatever it delivers: a real image starts earlier. Kept so.
+        // The seventh call is refused whatever it delivers: a real image starts earlier.
         if (!GetMoreInput(&address, data, &error) || call > LINES_TO_TRY) {
             return "Invalid file format: " + error;
         }
@@ -83,29 +81,29 @@ bool CIntelHexReader::GetMoreData(unsigned int* address, unsigned char* bytes, u
     if (!m_Source.IsOpen()) {
         return false;
     }
-    if (ReadPlainRecords(address, bytes, room, count)) {
+    if (ReadFast(address, bytes, room, count)) {
         return true;
     }
     std::vector<unsigned char> data;
-    const bool more = ReadAnyLine(address, data, error);
-    // Two digits name 255 bytes at most; a count that a sign makes larger fits on no line and has
+    const bool more = ReadByFullRules(address, data, error);
+    // Two digits name 255 bytes at most. A larger count, made by a sign, fits on no line and has
     // been refused.
     *count = static_cast<unsigned int>(std::min<std::size_t>(data.size(), HEX_MAX_DATA_SIZE));
     std::copy_n(data.begin(), *count, bytes);
     return more;
 }
 
-// Nearly every line of an image is plainly well formed; only the others take the long way through
-// the rules. Both ways have the same outcome.
-bool CIntelHexReader::ReadPlainRecords(unsigned int* address, unsigned char* bytes,
-                                       unsigned int room, unsigned int* count) {
+// Nearly every line of an image is in the standard form; only the others take the full rules. Where
+// the fast decoder takes a record, the result is the same.
+bool CIntelHexReader::ReadFast(unsigned int* address, unsigned char* bytes, unsigned int room,
+                               unsigned int* count) {
     if (MayRecordsBeSkipped()) {
         return false;
     }
     const char* text = m_Source.GetText();
     const std::size_t available = m_Source.GetTextSize();
-    PlainHexRecord record;
-    if (!DecodePlainHexRecord(text, available, record, bytes)) {
+    FastHexRecord record;
+    if (!DecodeRecordFast(text, available, record, bytes)) {
         return false;
     }
     TakeRecord(record.type, record.address, {bytes, record.count}, address);
@@ -116,7 +114,7 @@ bool CIntelHexReader::ReadPlainRecords(unsigned int* address, unsigned char* byt
     }
     *count = record.count;
     if (record.count != 0 && room > record.count) {
-        const unsigned int more = DecodeContinuingHexRecords(
+        const unsigned int more = DecodeFollowingRecordsFast(
             text, available, record, room / record.count - 1, bytes + record.count);
         if (more != 0) {
             m_Source.Skip(more * record.textSize);
@@ -127,8 +125,8 @@ bool CIntelHexReader::ReadPlainRecords(unsigned int* address, unsigned char* byt
     return true;
 }
 
-bool CIntelHexReader::ReadAnyLine(unsigned int* address, std::vector<unsigned char>& data,
-                                  std::string* error) {
+bool CIntelHexReader::ReadByFullRules(unsigned int* address, std::vector<unsigned char>& data,
+                                      std::string* error) {
     std::string line;
     if (!m_Source.ReadLine(line, error)) {
         CloseDataFile();
@@ -151,7 +149,7 @@ bool CIntelHexReader::ReadAnyLine(unsigned int* address, std::vector<unsigned ch
     }
     unsigned short recordType = 0;
     ProcessInputLine(line.c_str(), address, data, &recordType);
-    // An end record in any other spelling ends the reading but leaves the file open: kept so.
+    // An end record in another spelling ends the reading but leaves the file open.
     return recordType != INTEL_HEX_END_OF_FILE;
 }
 
@@ -181,38 +179,26 @@ void CIntelHexReader::ProcessInputLine(const char* line, unsigned int* address,
 void CIntelHexReader::TakeRecord(unsigned int type, unsigned int loadAddress,
                                  std::span<const unsigned char> data, unsigned int* address) {
     *address = 0;
-    // An address record may hold fewer bytes than it needs: the missing ones count as zero.
+    // Missing bytes of an address record count as zero.
     const auto byteAt = [data](std::size_t i) -> unsigned int {
         return i < data.size() ? data[i] : 0;
     };
     switch (type) {
         case INTEL_HEX_DATA:
-            *address = WrappingAdd(GetBaseAddress(), loadAddress);
+            *address = WrappingAdd(m_nBaseAddress, loadAddress);
             break;
         case INTEL_HEX_EXTENDED_LINEAR_ADDRESS:
+            m_nBaseAddress = byteAt(0) << 24 | byteAt(1) << 16;
+            break;
         case INTEL_HEX_EXTENDED_SEGMENT_ADDRESS:
-            m_nUpperAddress = byteAt(0) << 8 | byteAt(1);
-            m_nAddressMode =
-                type == INTEL_HEX_EXTENDED_LINEAR_ADDRESS ? EXTENDED_LINEAR : EXTENDED_SEGMENT;
+            m_nBaseAddress = byteAt(0) << 12 | byteAt(1) << 4;
             break;
         case INTEL_HEX_START_LINEAR_ADDRESS:
-            // The data records that follow count from here: other tools take this record for the
-            // entry point only, but images for these chips rely on it.
-            m_nStartLinearAddress = byteAt(0) << 24 | byteAt(1) << 16 | byteAt(2) << 8 | byteAt(3);
-            m_nAddressMode = START_LINEAR;
+            // Other tools take this record for the entry point only, but images for these chips
+            // count the data records that follow from it.
+            m_nBaseAddress = byteAt(0) << 24 | byteAt(1) << 16 | byteAt(2) << 8 | byteAt(3);
             break;
         default:
             break;
-    }
-}
-
-unsigned int CIntelHexReader::GetBaseAddress() const {
-    switch (m_nAddressMode) {
-        case EXTENDED_SEGMENT:
-            return m_nUpperAddress << 4;
-        case START_LINEAR:
-            return m_nStartLinearAddress;
-        default:
-            return m_nUpperAddress << 16;
     }
 }

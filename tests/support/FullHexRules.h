@@ -8,7 +8,7 @@
 
 // What the rules for Intel HEX files make of a file, word by word and without any haste: fgets,
 // ValidateIntelHexLine, ProcessInputLine. The fast way is held against it.
-class CPlainRules {
+class CFullHexRules {
 public:
     struct Data {
         unsigned int address;
@@ -16,7 +16,7 @@ public:
         bool operator==(const Data&) const = default;
     };
 
-    explicit CPlainRules(const char* fileName) : m_pFile(std::fopen(fileName, "rt")) {
+    explicit CFullHexRules(const char* fileName) : m_pFile(std::fopen(fileName, "rt")) {
         if (!TryFirstLines()) {
             return;
         }

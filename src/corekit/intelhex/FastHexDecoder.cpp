@@ -1,14 +1,15 @@
-#include "corekit/intelhex/PlainHexRecord.h"
+#include "corekit/intelhex/FastHexDecoder.h"
 
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 
+#include "corekit/intelhex/IntelHexBasics.h"
 #include "util/HexText.h"
 
-// Part of every x86-64, so nothing has to be chosen at run time. Other processors, and what is left
-// of a record, go by pairs.
+// Part of every x86-64, so nothing is chosen at run time. Other processors, and the rest of a
+// record, use the table of pairs.
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -18,7 +19,7 @@ namespace {
 constexpr std::size_t HEAD_SIZE = 9;       // ":", count, address, type
 constexpr std::size_t SHORTEST_TEXT = 12;  // no data, a checksum, a line feed
 
-// The byte that two digits make, found by the two characters at once; VALID is set for digits only.
+// The byte that two digits make, indexed by both characters at once; VALID is set for digits only.
 using PairTable = std::array<std::uint16_t, 65536>;
 constexpr std::uint16_t VALID = 0x100;
 
@@ -50,15 +51,14 @@ unsigned int Pair(const char* text) {
 
 constexpr unsigned int GROUP_SIZE = 16;  // bytes
 
-// The values of 16 digits; in errors the top bit is set of every character that is none.
+// The values of 16 digits. In errors, the top bit of every character that is no digit is set.
 __m128i DigitValues(__m128i text, __m128i& errors) {
-    // '0' to '9' go to the top of the range, where subtracting with a floor at 0 keeps them apart
-    // from what lies below, and from there to 0 to 9; everything else ends up above 9.
+    // '0' to '9' move to the top of the range, where a saturated subtraction separates them from
+    // all below, and from there to 0 to 9; everything else ends up above 9.
     const __m128i high = _mm_add_epi8(text, _mm_set1_epi8(static_cast<char>(0xFF - '9')));
     const __m128i digits =
         _mm_sub_epi8(_mm_subs_epu8(high, _mm_set1_epi8(6)), _mm_set1_epi8(static_cast<char>(0xF0)));
-    // Letters of both cases go to 10 to 15, everything else above or, with a sum that stays at 255
-    // where it would wrap, to 255.
+    // Letters of both cases move to 10 to 15, everything else above; the sum saturates at 255.
     const __m128i upper = _mm_and_si128(text, _mm_set1_epi8(static_cast<char>(0xDF)));
     const __m128i letters =
         _mm_adds_epu8(_mm_sub_epi8(upper, _mm_set1_epi8('A')), _mm_set1_epi8(10));
@@ -67,7 +67,7 @@ __m128i DigitValues(__m128i text, __m128i& errors) {
     return values;
 }
 
-// Two neighbouring values in each 16 bits, the higher digit first, to one number.
+// Joins the two values in each 16 bits, the higher digit first.
 __m128i JoinPairs(__m128i values) {
     const __m128i joined = _mm_or_si128(_mm_slli_epi16(values, 4), _mm_srli_epi16(values, 8));
     return _mm_and_si128(joined, _mm_set1_epi16(0xFF));
@@ -98,11 +98,6 @@ std::size_t LineEndSize(const char* text, std::size_t available) {
     return 0;
 }
 
-// Types 0, 2, 4 and 5. The end record is left to the plain rules, which know its spellings apart.
-bool IsDecodedType(unsigned int type) {
-    return type < 6 && (1U << type & 0b110101U) != 0;
-}
-
 // Decodes count bytes into out and adds them to sum; VALID in the result as from Pair.
 inline unsigned int DecodeBytes(const char* digits, unsigned int count, unsigned char* out,
                                 unsigned int& sum) {
@@ -122,10 +117,25 @@ inline unsigned int DecodeBytes(const char* digits, unsigned int count, unsigned
     return valid;
 }
 
+std::size_t DigitsEnd(unsigned int count) {
+    return HEAD_SIZE + 2 * (std::size_t{count} + 1);
+}
+
+// Decodes what follows the head, whose bytes sum up to sum. The size of the line end, or 0 if the
+// record is not in the standard form; valid is the head's part of that.
+inline std::size_t DecodeBody(const char* text, std::size_t available, unsigned int count,
+                              unsigned int valid, unsigned int sum, unsigned char* out) {
+    valid &= DecodeBytes(text + HEAD_SIZE, count, out, sum);
+    const std::size_t end = DigitsEnd(count);
+    const unsigned int checksum = Pair(text + end - 2);
+    const bool isGood = (valid & checksum & VALID) != 0 && ((sum + checksum) & 0xFF) == 0;
+    return isGood ? LineEndSize(text + end, available - end) : 0;
+}
+
 }  // namespace
 
-bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecord& record,
-                          unsigned char* out) {
+bool DecodeRecordFast(const char* text, std::size_t available, FastHexRecord& record,
+                      unsigned char* out) {
     if (available < SHORTEST_TEXT || text[0] != ':') {
         return false;
     }
@@ -133,56 +143,46 @@ bool DecodePlainHexRecord(const char* text, std::size_t available, PlainHexRecor
     const unsigned int high = Pair(text + 3);
     const unsigned int low = Pair(text + 5);
     const unsigned int type = Pair(text + 7);
-    unsigned int valid = count & high & low & type;
-    unsigned int sum = count + high + low + type;
     record.count = count & 0xFF;
     record.address = (high & 0xFF) << 8 | (low & 0xFF);
     record.type = type & 0xFF;
-    const std::size_t digitsEnd = HEAD_SIZE + 2 * (std::size_t{record.count} + 1);
-    if (digitsEnd >= available || !IsDecodedType(record.type)) {
+    // The full rules know the spellings of the end record apart.
+    if (DigitsEnd(record.count) >= available || record.type == INTEL_HEX_END_OF_FILE ||
+        !IsKnownHexRecordType(record.type)) {
         return false;
     }
-
-    valid &= DecodeBytes(text + HEAD_SIZE, record.count, out, sum);
-    const unsigned int checksum = Pair(text + digitsEnd - 2);
-    const std::size_t lineEnd = LineEndSize(text + digitsEnd, available - digitsEnd);
-    record.textSize = digitsEnd + lineEnd;
-    return (valid & checksum & VALID) != 0 && ((sum + checksum) & 0xFF) == 0 && lineEnd != 0;
+    const std::size_t lineEnd = DecodeBody(text, available, record.count, count & high & low & type,
+                                           count + high + low + type, out);
+    record.textSize = DigitsEnd(record.count) + lineEnd;
+    return lineEnd != 0;
 }
 
 // The size of each record is known before it is looked at, so the processor need not wait for one
 // record to find the next.
-unsigned int DecodeContinuingHexRecords(const char* text, std::size_t available,
-                                        const PlainHexRecord& first, unsigned int limit,
+unsigned int DecodeFollowingRecordsFast(const char* text, std::size_t available,
+                                        const FastHexRecord& first, unsigned int limit,
                                         unsigned char* out) {
     const unsigned int count = first.count;
-    if (first.type != 0 || count == 0) {
+    if (first.type != INTEL_HEX_DATA || count == 0) {
         return 0;
     }
     const char* const firstText = text;
-    const std::size_t digitsEnd = HEAD_SIZE + 2 * (std::size_t{count} + 1);
+    const std::size_t lineEnd = first.textSize - DigitsEnd(count);
     unsigned int taken = 0;
-    for (;;) {
+    for (; taken < limit; ++taken, out += count) {
         text += first.textSize;
         available -= first.textSize;
         const unsigned int address = first.address + (taken + 1) * count;
-        if (taken == limit || available < first.textSize || address > 0xFFFF ||
+        if (available < first.textSize || address > 0xFFFF ||
             std::memcmp(text, firstText, 3) != 0 || text[7] != '0' || text[8] != '0') {
-            return taken;
+            break;
         }
         const unsigned int high = Pair(text + 3);
         const unsigned int low = Pair(text + 5);
-        if (((high & 0xFF) << 8 | (low & 0xFF)) != address) {
-            return taken;
+        if (((high & 0xFF) << 8 | (low & 0xFF)) != address ||
+            DecodeBody(text, available, count, high & low, count + high + low, out) != lineEnd) {
+            break;
         }
-        unsigned int sum = count + high + low;
-        const unsigned int valid = high & low & DecodeBytes(text + HEAD_SIZE, count, out, sum);
-        const unsigned int checksum = Pair(text + digitsEnd - 2);
-        if ((valid & checksum & VALID) == 0 || ((sum + checksum) & 0xFF) != 0 ||
-            LineEndSize(text + digitsEnd, available - digitsEnd) != first.textSize - digitsEnd) {
-            return taken;
-        }
-        out += count;
-        ++taken;
     }
+    return taken;
 }

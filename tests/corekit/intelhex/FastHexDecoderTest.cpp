@@ -1,4 +1,4 @@
-#include "corekit/intelhex/PlainHexRecord.h"
+#include "corekit/intelhex/FastHexDecoder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ using Bytes = std::vector<unsigned char>;
 
 struct Decoded {
     bool ok = false;
-    PlainHexRecord record;
+    FastHexRecord record;
     Bytes data;
 };
 
@@ -24,7 +24,7 @@ Decoded Decode(const std::string& text) {
     Decoded result;
     const std::vector<char> exact(text.begin(), text.end());
     result.data.resize(HEX_MAX_DATA_SIZE);
-    result.ok = DecodePlainHexRecord(exact.data(), exact.size(), result.record, result.data.data());
+    result.ok = DecodeRecordFast(exact.data(), exact.size(), result.record, result.data.data());
     result.data.resize(result.record.count);
     return result;
 }
@@ -37,7 +37,7 @@ Bytes Pattern(unsigned int size) {
     return bytes;
 }
 
-TEST(PlainHexRecord, EverySizeAndType) {
+TEST(FastHexDecoder, EverySizeAndType) {
     for (unsigned int size = 0; size <= 255; ++size) {
         for (unsigned int type = 0; type <= 7; ++type) {
             const std::string text = HexRecord(type, 0xA5C3, Pattern(size));
@@ -54,7 +54,7 @@ TEST(PlainHexRecord, EverySizeAndType) {
     }
 }
 
-TEST(PlainHexRecord, DigitsOfBothCasesAndNothingElse) {
+TEST(FastHexDecoder, DigitsOfBothCasesAndNothingElse) {
     const std::string good = HexRecord(0, 0x1234, Pattern(35));
     for (std::size_t at = 1; at + 1 < good.size(); ++at) {
         for (int value = 0; value < 256; ++value) {
@@ -68,7 +68,7 @@ TEST(PlainHexRecord, DigitsOfBothCasesAndNothingElse) {
     }
 }
 
-TEST(PlainHexRecord, LineEnds) {
+TEST(FastHexDecoder, LineEnds) {
     for (const unsigned int size : {0U, 3U, 16U, 40U}) {
         std::string text = HexRecord(0, 0x1234, Pattern(size));
         text.pop_back();
@@ -86,7 +86,7 @@ TEST(PlainHexRecord, LineEnds) {
 
 // What follows a record of 3 bytes at 0x00F0 that ends in a line feed, and how many records of it
 // continue the first.
-TEST(PlainHexRecord, ContinuingRecords) {
+TEST(FastHexDecoder, ContinuingRecords) {
     const std::string next = HexRecord(0, 0xF3, {4, 5, 6});
     const std::string third = HexRecord(0, 0xF6, {7, 8, 0xAB});
     std::string lowerCase = third;
@@ -116,10 +116,10 @@ TEST(PlainHexRecord, ContinuingRecords) {
     for (const auto& [following, limit, records] : cases) {
         const std::string whole = HexRecord(0, 0xF0, {1, 2, 3}) + following;
         const std::vector<char> text(whole.begin(), whole.end());
-        PlainHexRecord first;
+        FastHexRecord first;
         Bytes out(HEX_MAX_DATA_SIZE);
-        ASSERT_TRUE(DecodePlainHexRecord(text.data(), text.size(), first, out.data()));
-        EXPECT_EQ(DecodeContinuingHexRecords(text.data(), text.size(), first, limit, out.data()),
+        ASSERT_TRUE(DecodeRecordFast(text.data(), text.size(), first, out.data()));
+        EXPECT_EQ(DecodeFollowingRecordsFast(text.data(), text.size(), first, limit, out.data()),
                   records)
             << following;
         const Bytes expected{4, 5, 6, 7, 8, 0xAB};
@@ -129,12 +129,12 @@ TEST(PlainHexRecord, ContinuingRecords) {
 }
 
 // At the top of the 64 KiB that a record can name, the next address is not in front of the last.
-TEST(PlainHexRecord, NoRecordContinuesPastTheTop) {
+TEST(FastHexDecoder, NoRecordContinuesPastTheTop) {
     const std::string text = HexRecord(0, 0xFFFE, {1, 2}) + HexRecord(0, 0, {3, 4});
-    PlainHexRecord first;
+    FastHexRecord first;
     Bytes out(HEX_MAX_DATA_SIZE);
-    ASSERT_TRUE(DecodePlainHexRecord(text.data(), text.size(), first, out.data()));
-    EXPECT_EQ(DecodeContinuingHexRecords(text.data(), text.size(), first, 9, out.data()), 0U);
+    ASSERT_TRUE(DecodeRecordFast(text.data(), text.size(), first, out.data()));
+    EXPECT_EQ(DecodeFollowingRecordsFast(text.data(), text.size(), first, 9, out.data()), 0U);
 }
 
 }  // namespace

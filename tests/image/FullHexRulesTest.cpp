@@ -1,4 +1,4 @@
-#include "support/PlainRules.h"
+#include "support/FullHexRules.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +22,8 @@ struct Loaded {
 
 // The loading rules as they are told, on top of the plain reading: each run is compared with each
 // range before it.
-Loaded LoadByPlainRules(const CPlainRules& plain, bool allowOverlap,
-                        const CChipImageByteData& old) {
+Loaded LoadByFullRules(const CFullHexRules& plain, bool allowOverlap,
+                       const CChipImageByteData& old) {
     Loaded result{plain.GetError(), 0, old};
     std::vector<unsigned char> run;
     unsigned int start = 0;
@@ -43,7 +43,7 @@ Loaded LoadByPlainRules(const CPlainRules& plain, bool allowOverlap,
         run.clear();
         return true;
     };
-    for (const CPlainRules::Data& data : plain.GetData()) {
+    for (const CFullHexRules::Data& data : plain.GetData()) {
         if (run.empty() || data.address != start + static_cast<unsigned int>(run.size())) {
             if (!closeRun()) {
                 return result;
@@ -60,8 +60,8 @@ Loaded LoadByPlainRules(const CPlainRules& plain, bool allowOverlap,
 
 void ExpectSameImage(const std::string& text, bool allowOverlap, const CChipImageByteData& old) {
     const CTempFile file(text);
-    const CPlainRules plain(file.Name());
-    const Loaded expected = LoadByPlainRules(plain, allowOverlap, old);
+    const CFullHexRules plain(file.Name());
+    const Loaded expected = LoadByFullRules(plain, allowOverlap, old);
     CChipImageByteData image = old;
     ASSERT_EQ(image.LoadFromHexFile(file.Name(), false, allowOverlap), expected.error) << text;
     ASSERT_EQ(ImageText(image), ImageText(expected.image)) << text;
@@ -72,7 +72,7 @@ void ExpectSameImage(const std::string& text, bool allowOverlap, const CChipImag
     }
 }
 
-TEST(PlainRules, WellFormedAndDamagedFilesLoadTheSame) {
+TEST(FullHexRules, WellFormedAndDamagedFilesLoadTheSame) {
     for (unsigned int seed = 0; seed < 600; ++seed) {
         CDamagedHex hex(seed);
         std::string text = hex.Records(1 + hex.Below(80), 1 + hex.Below(80)) + HEX_END_RECORD;
@@ -84,7 +84,7 @@ TEST(PlainRules, WellFormedAndDamagedFilesLoadTheSame) {
 }
 
 // Longer than the block in which the text is read, so that lines are cut by its end at all places.
-TEST(PlainRules, LongFilesLoadTheSame) {
+TEST(FullHexRules, LongFilesLoadTheSame) {
     for (unsigned int seed = 0; seed < 8; ++seed) {
         CDamagedHex hex(seed);
         std::string text = "$";
@@ -95,7 +95,7 @@ TEST(PlainRules, LongFilesLoadTheSame) {
 }
 
 // Old ranges that are empty, that wrap, that end at the top or overlap each other.
-TEST(PlainRules, OverlapsAreFoundAsInListOrder) {
+TEST(FullHexRules, OverlapsAreFoundAsInListOrder) {
     for (unsigned int seed = 0; seed < 600; ++seed) {
         CDamagedHex hex(seed);
         CChipImageByteData old("", "", "");
@@ -114,7 +114,7 @@ TEST(PlainRules, OverlapsAreFoundAsInListOrder) {
     }
 }
 
-TEST(PlainRules, ManyShuffledRangesAndTheOneThatOverlaps) {
+TEST(FullHexRules, ManyShuffledRangesAndTheOneThatOverlaps) {
     constexpr unsigned int COUNT = 20000;
     CDamagedHex hex(1);
     std::vector<unsigned int> order(COUNT);
