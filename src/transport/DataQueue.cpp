@@ -1,8 +1,8 @@
 #include "transport/DataQueue.h"
 
-#include <algorithm>
 #include <new>
 
+#include "transport/RingCopy.h"
 #include "util/Wrap32.h"
 
 namespace {
@@ -13,36 +13,30 @@ std::unique_ptr<unsigned char[]> Allocate(unsigned int size) {
     return std::unique_ptr<unsigned char[]>(new (std::nothrow) unsigned char[size]);
 }
 
-// The bytes from position to the end of the ring; 0 for a position that has reached it. The first
-// piece of a run is never longer, and the second one continues at the ring's first byte.
-unsigned int BytesToEnd(const DATA_QUEUE& queue, const unsigned char* position) {
-    return static_cast<unsigned int>(queue.firstByte + queue.capacity - position);
+std::span<unsigned char> RingOf(const DATA_QUEUE& queue) {
+    return {queue.ring.get(), queue.capacity};
 }
 
-unsigned char* Advance(const DATA_QUEUE& queue, unsigned char* position, unsigned int n) {
-    const unsigned int toEnd = BytesToEnd(queue, position);
-    return n <= toEnd ? position + n : queue.firstByte + (n - toEnd);
+unsigned int Advanced(const DATA_QUEUE& queue, unsigned int position, unsigned int n) {
+    const unsigned int toEnd = queue.capacity - position;
+    return n <= toEnd ? position + n : n - toEnd;
 }
 
-// What a wish for n bytes comes to.
-unsigned int RunLength(const DATA_QUEUE& queue, unsigned int n) {
+unsigned int RunLength(const DATA_QUEUE& queue, unsigned int wanted) {
     const unsigned int held = DataQueueCountBytesRemainingToRead(&queue);
-    return n == 0 ? held : std::min(n, held);
+    return wanted == 0 ? held : std::min(wanted, held);
 }
 
-void TakeRun(DATA_QUEUE& queue, unsigned int n) {
-    queue.readPosition = Advance(queue, queue.readPosition, n);
-    queue.totalBytesRead = WrappingAdd(queue.totalBytesRead, n);
+unsigned int RemoveRun(DATA_QUEUE& queue, unsigned int length) {
+    queue.readPosition = Advanced(queue, queue.readPosition, length);
+    queue.totalBytesRead = WrappingAdd(queue.totalBytesRead, length);
+    return length;
 }
 
 }  // namespace
 
 DATA_QUEUE::DATA_QUEUE(unsigned int capacityWanted, unsigned int linearSizeWanted) {
     DataQueueInit(this, capacityWanted, linearSizeWanted);
-}
-
-DATA_QUEUE::~DATA_QUEUE() {
-    DataQueueRelease(this);
 }
 
 int DataQueueInit(DATA_QUEUE* queue, unsigned int capacity, unsigned int linearSize) {
@@ -63,70 +57,46 @@ int DataQueueInit(DATA_QUEUE* queue, unsigned int capacity, unsigned int linearS
     }
     queue->capacity = capacity;
     queue->linearAreaSize = linearSize;
-    queue->firstByte = queue->ring.get();
-    queue->lastByte = queue->firstByte + (capacity - 1);
-    queue->writePosition = queue->firstByte;
-    queue->readPosition = queue->firstByte;
     return 0;
 }
 
 void DataQueueRelease(DATA_QUEUE* queue) {
-    queue->ring.reset();
-    queue->linearArea.reset();
-    queue->capacity = 0;
-    queue->linearAreaSize = 0;
-    queue->totalBytesStored = 0;
-    queue->totalBytesRead = 0;
-    queue->firstByte = nullptr;
-    queue->lastByte = nullptr;
-    queue->writePosition = nullptr;
-    queue->readPosition = nullptr;
+    *queue = DATA_QUEUE();
 }
 
 unsigned int DataQueueAddBytes(DATA_QUEUE* queue, unsigned int n, const unsigned char* bytes) {
     const unsigned int room = queue->capacity - DataQueueCountBytesRemainingToRead(queue);
-    const unsigned int added = std::min(n, room);
-    if (added == 0 || bytes == nullptr) {
-        return 0;
-    }
-    const unsigned int first = std::min(added, BytesToEnd(*queue, queue->writePosition));
-    std::copy_n(bytes, first, queue->writePosition);
-    std::copy_n(bytes + first, added - first, queue->firstByte);
-    queue->writePosition = Advance(*queue, queue->writePosition, added);
+    const unsigned int added = bytes == nullptr ? 0 : std::min(n, room);
+    CopyIntoRing(RingOf(*queue), queue->writePosition, {bytes, added});
+    queue->writePosition = Advanced(*queue, queue->writePosition, added);
     queue->totalBytesStored = WrappingAdd(queue->totalBytesStored, added);
     return added;
 }
 
 unsigned int DataQueuePeekNextBytes(DATA_QUEUE* queue, unsigned int n, unsigned char** out) {
-    *out = nullptr;
     const unsigned int length = RunLength(*queue, n);
+    *out = nullptr;
     if (length == 0) {
         return 0;
     }
-    const unsigned int first = BytesToEnd(*queue, queue->readPosition);
-    if (length <= first) {
-        *out = queue->readPosition;
+    if (length <= queue->capacity - queue->readPosition) {
+        *out = queue->ring.get() + queue->readPosition;
         return length;
     }
     if (length > queue->linearAreaSize) {
         return 0;
     }
-    std::copy_n(queue->readPosition, first, queue->linearArea.get());
-    std::copy_n(queue->firstByte, length - first, queue->linearArea.get() + first);
     *out = queue->linearArea.get();
+    CopyFromRing(RingOf(*queue), queue->readPosition, {*out, length});
     return length;
 }
 
 unsigned int DataQueueReadNextBytes(DATA_QUEUE* queue, unsigned int n, unsigned char** out) {
-    const unsigned int length = DataQueuePeekNextBytes(queue, n, out);
-    TakeRun(*queue, length);
-    return length;
+    return RemoveRun(*queue, DataQueuePeekNextBytes(queue, n, out));
 }
 
 unsigned int DataQueueSkipNextBytes(DATA_QUEUE* queue, unsigned int n) {
-    const unsigned int length = RunLength(*queue, n);
-    TakeRun(*queue, length);
-    return length;
+    return RemoveRun(*queue, RunLength(*queue, n));
 }
 
 unsigned int DataQueueCountTotalBytesStored(const DATA_QUEUE* queue) {

@@ -2,50 +2,48 @@
 
 #include <memory>
 
-// A circular queue of bytes that hands out runs of bytes as one piece, also where they wrap around
-// the end of the ring. Lengths are in bytes.
+// A circular queue of bytes that hands out runs of bytes in one piece, even where they wrap around
+// the end of the ring.
 //
-// No lock: whoever adds and whoever reads must take turns.
+// No lock: the users must serialise adding and reading.
 struct DATA_QUEUE {
-    // As DataQueueInit; a queue whose memory could not be had has room for nothing.
+    // Has room for nothing until DataQueueInit.
+    DATA_QUEUE() = default;
+
+    // As DataQueueInit; without memory it has room for nothing.
     DATA_QUEUE(unsigned int capacity, unsigned int linearSize);
-    DATA_QUEUE(const DATA_QUEUE&) = delete;
-    DATA_QUEUE& operator=(const DATA_QUEUE&) = delete;
-    ~DATA_QUEUE();
 
     unsigned int capacity = 0;
     unsigned int linearAreaSize = 0;
     std::unique_ptr<unsigned char[]> ring;
-    unsigned int totalBytesStored = 0;  // running counts; their difference is what is held
+    unsigned int totalBytesStored = 0;  // running counts; their difference is held
     unsigned int totalBytesRead = 0;
-    unsigned char* writePosition = nullptr;  // may stand one past the last byte, as may the next
-    unsigned char* readPosition = nullptr;
-    unsigned char* firstByte = nullptr;
-    unsigned char* lastByte = nullptr;
+    unsigned int writePosition = 0;  // 0 to capacity: stays there when it reaches the end
+    unsigned int readPosition = 0;
     std::unique_ptr<unsigned char[]> linearArea;  // where wrapped runs are put together
 };
 
-// Makes the queue anew and empty. Capacity 0 means 4096; linear size 0 means a quarter of the
-// capacity, and one larger than the capacity, or still 0, the whole. 0, or -1 without memory.
+// Makes an empty queue. Capacity 0 means 4096 bytes. Linear size 0 means a quarter of the capacity;
+// if it is still 0, or larger than the capacity, all of it. Returns 0, or -1 without memory.
 int DataQueueInit(DATA_QUEUE* queue, unsigned int capacity, unsigned int linearSize);
 
-// Frees both blocks; the queue has room for nothing until DataQueueInit.
+// Frees the memory; the queue has room for nothing until DataQueueInit.
 void DataQueueRelease(DATA_QUEUE* queue);
 
-// Adds as many of the n bytes as fit and returns their number; the rest is dropped silently.
+// Adds as many of the n bytes as fit and returns their number; the others are dropped.
 unsigned int DataQueueAddBytes(DATA_QUEUE* queue, unsigned int n, const unsigned char* bytes);
 
-// The next n bytes in one piece; n of 0, or more than is held, means all. Returns their number and
-// points *out at them: memory of the queue, valid until the next add or read. 0 and a null *out
-// when nothing is held, or when the run goes past the end of the ring and is longer than the linear
-// area. Peek leaves the bytes in the queue, Read takes them (none when it returns 0).
+// Points *out to the next n bytes (all if n is 0 or more than are held) and returns their number.
+// The memory is the queue's, valid until the next add or read. Returns 0, with *out null, if
+// nothing is held or if the run wraps and is longer than the linear area. Read also removes the
+// bytes.
 unsigned int DataQueuePeekNextBytes(DATA_QUEUE* queue, unsigned int n, unsigned char** out);
 unsigned int DataQueueReadNextBytes(DATA_QUEUE* queue, unsigned int n, unsigned char** out);
 
-// Discards n bytes, all for 0 or more than is held. Returns their number.
+// Removes n bytes (all if n is 0 or more than are held) and returns their number.
 unsigned int DataQueueSkipNextBytes(DATA_QUEUE* queue, unsigned int n);
 
-// The two totals run since initialisation, modulo 2^32.
+// Since DataQueueInit, modulo 2^32.
 unsigned int DataQueueCountTotalBytesStored(const DATA_QUEUE* queue);
 unsigned int DataQueueCountTotalBytesRead(const DATA_QUEUE* queue);
 unsigned int DataQueueCountBytesRemainingToRead(const DATA_QUEUE* queue);

@@ -1,53 +1,41 @@
 #pragma once
 
 #include <sys/types.h>
-#include <termios.h>
 
 #include <span>
 #include <string>
 
+#include "os/FileDescriptor.h"
 #include "transport/TerminalRestore.h"
 
-// An open serial device: owns the descriptor, the lock on the terminal and the settings it had. Who
-// destroys or closes it gets the terminal back as it was.
+// An open serial device: the descriptor, the lock on the terminal and the settings it had before.
+// Close and the destructor restore the settings.
 //
-// One thread opens and closes; WaitAndRead and Write may run on different threads in between.
+// One thread opens and closes; in between, WaitAndRead and Write may run on different threads.
 class CSerialPort {
 public:
-    CSerialPort() = default;
-    ~CSerialPort() { Close(); }
-    CSerialPort(const CSerialPort&) = delete;
-    CSerialPort& operator=(const CSerialPort&) = delete;
+    // Opens the device raw at 115200 baud, 8 data bits, no parity, 1 stop bit, no flow control, and
+    // discards unread input. It does not become the controlling terminal, and no carrier is waited
+    // for. False when it cannot be opened, or when someone, in this process or another, holds the
+    // advisory lock that is taken on it. From then on SIGIO, which Linux raises for each byte, is
+    // ignored, unless it has a handler. Not while open.
+    [[nodiscard]] bool Open(const std::string& path);
 
-    // Opens the device without waiting for a carrier and without making it the controlling
-    // terminal, and takes an advisory lock on it. False when it cannot be opened or somebody else,
-    // in this process or another, holds the lock. Not while open.
-    bool Open(const std::string& path);
-
-    // Makes this process the one that gets the descriptor's signals and clears O_NONBLOCK. SIGIO
-    // is ignored from then on, unless somebody handles it.
-    void ArmSignals();
-
-    // Saves the settings, discards unread input and makes the line raw (see TerminalSettings.h).
-    void SetUpLine();
-
-    // Puts the saved settings back at once and closes, whether or not that works. Does nothing when
-    // not open.
+    // Does nothing if not open.
     void Close();
 
-    // Waits for bytes and reads them. Returns their number, 0 or -1 when the line has hung up or
-    // fails, which it then does at once. A thread that is asked to end may end in here.
-    ssize_t WaitAndRead(std::span<unsigned char> bytes) const;
+    // Waits for bytes and reads them. Returns their number; 0 or -1, without waiting, when the line
+    // has hung up or fails. A thread that is asked to end may end in here.
+    [[nodiscard]] ssize_t WaitAndRead(std::span<unsigned char> bytes) const;
 
-    // As write(2), tried again when interrupted.
-    ssize_t Write(std::span<const unsigned char> bytes) const;
+    // As write(2), repeated when interrupted.
+    [[nodiscard]] ssize_t Write(std::span<const unsigned char> bytes) const;
 
 private:
-    bool LockTerminal();
+    [[nodiscard]] bool LockTerminal();
+    void ArmSignals() const;
 
-    int m_nDescriptor = -1;
-    int m_nLockDescriptor = -1;  // only where the lock is not on the descriptor itself
-    bool m_bSaved = false;       // SetUpLine found a terminal
-    termios m_SavedSettings{};
-    CTerminalRestore m_RestoreOnSignal;
+    CFileDescriptor m_Device;
+    CFileDescriptor m_Terminal;  // holds the lock if m_Device is only an alias
+    CTerminalRestore m_Restore;  // the last member: restores before the descriptors close
 };

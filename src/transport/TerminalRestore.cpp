@@ -3,139 +3,125 @@
 #include <poll.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <csignal>
-
-#include "transport/TerminalSettings.h"
+#include <iterator>
 
 namespace {
 
 constexpr std::array<int, 4> ENDING_SIGNALS{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
-enum SlotStates : int {
-    SLOT_FREE,
-    SLOT_CHANGING,  // being filled, and the terminal changed, by a thread whose signals are blocked
-    SLOT_USED,
-    SLOT_LEAVING,  // waits for the handlers that found it used
-};
+std::atomic_flag g_bListLocked = ATOMIC_FLAG_INIT;
 
-// A table of fixed size without a lock, since a signal handler reads it.
-struct RESTORE_SLOT {
-    std::atomic<int> state{SLOT_FREE};
-    std::atomic<int> handlersInside{0};
-    int descriptor = -1;
-    termios saved{};
-};
-static_assert(std::atomic<int>::is_always_lock_free);
-
-std::array<RESTORE_SLOT, 64> g_Slots;
-std::atomic<int> g_bEnding{0};
-
-void PauseBriefly() {
-    poll(nullptr, 0, 1);
+// Async-signal-safe.
+void LockList() {
+    while (g_bListLocked.test_and_set()) {
+        poll(nullptr, 0, 1);
+    }
 }
 
-class CBlockedSignals {
+// Locks the list with the ending signals blocked: a handler that waits for the lock can therefore
+// not have interrupted the thread that holds it.
+class CListLock {
 public:
-    CBlockedSignals() {
+    CListLock() {
         sigset_t ending;
         sigemptyset(&ending);
         for (const int signal : ENDING_SIGNALS) {
             sigaddset(&ending, signal);
         }
         pthread_sigmask(SIG_BLOCK, &ending, &m_Previous);
+        LockList();
     }
-    ~CBlockedSignals() { pthread_sigmask(SIG_SETMASK, &m_Previous, nullptr); }
-    CBlockedSignals(const CBlockedSignals&) = delete;
-    CBlockedSignals& operator=(const CBlockedSignals&) = delete;
+    ~CListLock() {
+        g_bListLocked.clear();
+        pthread_sigmask(SIG_SETMASK, &m_Previous, nullptr);
+    }
+    CListLock(const CListLock&) = delete;
+    CListLock& operator=(const CListLock&) = delete;
 
 private:
     sigset_t m_Previous{};
 };
 
-// The count tells Leave that the descriptor is still in use here. Waiting for a slot that is being
-// changed is safe: the thread that changes it cannot be the one this handler has interrupted.
-void RestoreSlot(RESTORE_SLOT& slot) {
-    ++slot.handlersInside;
-    while (slot.state == SLOT_CHANGING) {
-        PauseBriefly();
-    }
-    if (slot.state == SLOT_USED) {
-        tcsetattr(slot.descriptor, TCSANOW, &slot.saved);
-    }
-    --slot.handlersInside;
+bool SameSettings(const termios& left, const termios& right) {
+    return left.c_iflag == right.c_iflag && left.c_oflag == right.c_oflag &&
+           left.c_cflag == right.c_cflag && left.c_lflag == right.c_lflag &&
+           std::equal(std::begin(left.c_cc), std::end(left.c_cc), std::begin(right.c_cc)) &&
+           cfgetispeed(&left) == cfgetispeed(&right) && cfgetospeed(&left) == cfgetospeed(&right);
 }
 
-// Async-signal-safe calls only. The signal is blocked here, so what raise sends ends the process
-// when the handler returns.
-void EndBySignal(int signal) {
-    const int savedErrno = errno;
-    g_bEnding = 1;
-    for (RESTORE_SLOT& slot : g_Slots) {
-        RestoreSlot(slot);
-    }
-    struct sigaction action {};
-    action.sa_handler = SIG_DFL;
-    sigaction(signal, &action, nullptr);
-    raise(signal);
-    errno = savedErrno;
-}
-
-int ClaimSlot() {
-    for (std::size_t i = 0; i < g_Slots.size(); ++i) {
-        int expected = SLOT_FREE;
-        if (g_Slots[i].state.compare_exchange_strong(expected, SLOT_CHANGING)) {
-            return static_cast<int>(i);
+// tcsetattr already succeeds when it could apply a part of the settings, so they are read back and
+// applied once more if they differ.
+void Apply(int descriptor, const termios& settings) {
+    for (int tries = 0; tries < 2; ++tries) {
+        termios applied{};
+        if (tcsetattr(descriptor, TCSANOW, &settings) == 0 &&
+            tcgetattr(descriptor, &applied) == 0 && SameSettings(applied, settings)) {
+            return;
         }
     }
-    return -1;
 }
 
 }  // namespace
+
+CTerminalRestore* CTerminalRestore::m_pFirst = nullptr;
 
 void InstallTerminalRestoreOnSignals() {
     for (const int signal : ENDING_SIGNALS) {
         struct sigaction action {};
         if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
-            continue;  // nohup and the like want it ignored
+            continue;  // nohup, for one, wants it ignored
         }
         action = {};
-        action.sa_handler = EndBySignal;
-        // SIGTTOU among them: a process in the background may then still change its terminal.
+        action.sa_handler = CTerminalRestore::EndBySignal;
+        // Blocks SIGTTOU too: a background process may then still change its terminal.
         sigfillset(&action.sa_mask);
         sigaction(signal, &action, nullptr);
     }
 }
 
-void CTerminalRestore::EnterAndApply(int descriptor, const termios& saved,
-                                     const termios& settings) {
-    const CBlockedSignals blocked;
-    m_nSlot = ClaimSlot();
-    // Looked at after the claim: a handler that starts later finds the slot and waits for it.
-    const bool ending = g_bEnding != 0;
-    if (!ending) {
-        ApplyTerminalSettings(descriptor, settings);
+// Async-signal-safe calls only. The list stays locked, so no other thread changes a terminal again.
+// The signal is blocked here; the one that raise sends ends the process when the handler returns.
+void CTerminalRestore::EndBySignal(int signal) {
+    LockList();
+    for (const CTerminalRestore* entered = m_pFirst; entered != nullptr;
+         entered = entered->m_pNext) {
+        entered->Restore();
     }
-    if (m_nSlot < 0) {
+    struct sigaction action {};
+    action.sa_handler = SIG_DFL;
+    sigaction(signal, &action, nullptr);
+    raise(signal);
+}
+
+void CTerminalRestore::EnterAndApply(int descriptor, const termios& settings) {
+    if (tcgetattr(descriptor, &m_Saved) != 0) {
         return;
     }
-    RESTORE_SLOT& slot = g_Slots[static_cast<std::size_t>(m_nSlot)];
-    slot.descriptor = descriptor;
-    slot.saved = saved;
-    slot.state = SLOT_USED;
+    const CListLock lock;
+    Apply(descriptor, settings);
+    m_nDescriptor = descriptor;
+    m_pNext = m_pFirst;
+    m_pFirst = this;
 }
 
 void CTerminalRestore::Leave() {
-    if (m_nSlot < 0) {
+    if (m_nDescriptor < 0) {
         return;
     }
-    RESTORE_SLOT& slot = g_Slots[static_cast<std::size_t>(m_nSlot)];
-    slot.state = SLOT_LEAVING;
-    while (slot.handlersInside != 0) {
-        PauseBriefly();
+    const CListLock lock;
+    Restore();
+    m_nDescriptor = -1;
+    CTerminalRestore** link = &m_pFirst;
+    while (*link != this) {
+        link = &(*link)->m_pNext;
     }
-    slot.state = SLOT_FREE;
-    m_nSlot = -1;
+    *link = m_pNext;
+}
+
+void CTerminalRestore::Restore() const {
+    tcsetattr(m_nDescriptor, TCSANOW, &m_Saved);
 }

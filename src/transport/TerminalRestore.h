@@ -2,17 +2,14 @@
 
 #include <termios.h>
 
-// Puts the terminals in use back as they were when a signal ends the process.
-
-// Catches SIGINT, SIGTERM, SIGHUP and SIGQUIT, unless they are ignored: the saved settings of all
-// registered terminals are put back, then the process ends by that same signal. Called once, by
-// main.
+// Makes SIGINT, SIGTERM, SIGHUP and SIGQUIT, unless they are ignored, restore all terminals that a
+// CTerminalRestore has changed; the process then ends by that same signal. Called once, by main.
 void InstallTerminalRestoreOnSignals();
 
-// Registers one terminal for as long as its settings are changed. Only a limited number can be
-// registered at a time; a terminal beyond that is changed all the same and not put back.
+// Changes the settings of a terminal and restores them, at the latest in the destructor.
 //
-// One thread at a time uses an object; objects do not disturb each other.
+// One thread at a time uses an object; several objects may be used at once. Once a signal is ending
+// the process, the operations do not return.
 class CTerminalRestore {
 public:
     CTerminalRestore() = default;
@@ -20,15 +17,22 @@ public:
     CTerminalRestore(const CTerminalRestore&) = delete;
     CTerminalRestore& operator=(const CTerminalRestore&) = delete;
 
-    // Registers descriptor with the settings to put back and, without a gap in which a signal would
-    // miss it, applies the new settings. Does nothing when a signal is already ending the process.
-    // Not while registered.
-    void EnterAndApply(int descriptor, const termios& saved, const termios& settings);
+    // Saves the settings of the terminal and applies new ones. Leaves a descriptor alone that is
+    // not a terminal. Not while entered.
+    void EnterAndApply(int descriptor, const termios& settings);
 
-    // From the return on nothing touches the descriptor, so it may be closed and its number used
-    // again. Does not put the settings back.
+    // Restores the settings, if it has changed any. Afterwards nothing touches the descriptor, so
+    // it may be closed.
     void Leave();
 
 private:
-    int m_nSlot = -1;
+    friend void InstallTerminalRestoreOnSignals();
+    static void EndBySignal(int signal);
+    void Restore() const;
+
+    static CTerminalRestore* m_pFirst;  // the list of those entered
+
+    int m_nDescriptor = -1;  // -1: not entered
+    termios m_Saved{};
+    CTerminalRestore* m_pNext = nullptr;
 };

@@ -24,15 +24,13 @@ std::string CUARTConnector::Connect(CCommunicationParameters& params, RxCallback
     if (IsConnected()) {
         return "Already connected!";
     }
-    // An earlier record may still hold the port, after a failed connect; it lets go of it here.
+    // After a failed connect, the earlier record still holds the port and its lock.
     m_pTransport.reset();
     m_pTransport = std::make_unique<CUARTTransportData>();
     const std::string path = params.GetPortId();
     if (!m_pTransport->Port().Open(path)) {
         return "failed to open port: " + path;
     }
-    m_pTransport->Port().ArmSignals();
-    m_pTransport->Port().SetUpLine();
     m_pTransport->SetReceiveCallback(rxCallback, context);
     m_pTransport->SetObserver(GetObserver());
     if (!StartWorkerThreads()) {
@@ -51,9 +49,8 @@ std::string CUARTConnector::Disconnect() {
     return {};
 }
 
-// A failed write counts as it stands, -1: it takes the count back by one byte, or, before the
-// first byte, wraps it and so ends the loop. Either way the loop ends on a line that stays dead,
-// and the answer that does not come tells the caller.
+// A failed write counts as -1: it takes the count back by one byte or, before the first byte, wraps
+// it. So the loop ends on a dead line, and the missing answer tells the caller.
 std::string CUARTConnector::TransmitBytes(unsigned char* bytes, unsigned int count) {
     if (bytes == nullptr || count == 0 || m_pTransport == nullptr) {
         return {};
@@ -98,7 +95,7 @@ bool CUARTConnector::StartWorkerThreads() {
     }
     pUARTReadMutex = m_Reader.lock.get();
     PutThreadToSleep(100);
-    // Not checked: a connection without its reader shows as a chip that does not answer.
+    // Not checked: a missing reader looks like a chip that does not answer.
     m_Reader.thread->RunThread();
     return true;
 }
@@ -108,13 +105,12 @@ void CUARTConnector::CloseWorkerThread(WORKER& worker,
     if (worker.thread == nullptr) {
         return;
     }
-    // One text serves for both threads.
-    m_pTransport->OutputDebugString("Closing writer thread");
+    m_pTransport->OutputDebugString("Closing writer thread");  // for the reader too
     worker.thread->TerminateThread();
-    // The thread works on the record and its descriptor until it has ended.
+    // The thread uses the record and its port until it has ended.
     worker.thread->WaitUntilDone();
     worker.thread.reset();
-    // Another connector may have published its own lock meanwhile.
+    // Another connector may have set its own lock meanwhile.
     CSynchronizationMutex* own = worker.lock.get();
     publishedLock.compare_exchange_strong(own, nullptr);
     worker.lock.reset();
@@ -127,22 +123,18 @@ void CUARTConnector::CloseWorkerThreads() {
 }
 
 void CUARTConnector::CleanUp() {
-    if (IsConnected()) {
-        Disconnect();
-    }
-    m_pParameters.reset();
+    CUARTConnector::Disconnect();
     m_pTransport.reset();
 }
 
 unsigned int UARTReadThread(CExecutionThread* thread) {
     auto* const transport = static_cast<CUARTTransportData*>(thread->GetContext());
     constexpr timespec pauseAfterBytes{0, 100000};
-    // A line that has hung up answers at once, again and again.
+    // On a line that has hung up, no read waits.
     constexpr timespec pauseAfterNone{0, 50000000};
     std::array<unsigned char, 255> buffer{};
     for (;;) {
-        // A failed read counts as nothing received: after a hang-up the line may stay silent for
-        // good, and it is the caller's time limits that notice.
+        // A failed read counts as nothing received; the caller's time limits notice.
         const ssize_t got = transport->Port().WaitAndRead(buffer);
         if (got > 0) {
             const auto count = static_cast<unsigned int>(got);
@@ -162,13 +154,10 @@ unsigned int UARTWriteThread(CExecutionThread* thread) {
     std::array<unsigned char, 4096> buffer{};
     for (;;) {
         unsigned int count = 0;
-        const TransportStatus status = transport->TransferBytesToBeSentToUART(
-            buffer.data(), static_cast<unsigned int>(buffer.size()), &count);
-        if (status != TRANSPORT_STATUS_OK) {
+        if (transport->TransferBytesToBeSentToUART(buffer.data(), buffer.size(), &count) !=
+            TRANSPORT_STATUS_OK) {
             PutThreadToSleep(0);  // no pause, but a place where the thread can end
-            continue;
-        }
-        if (count == 0) {
+        } else if (count == 0) {
             PutThreadToSleep(50);
         }
         for (unsigned int written = 0; written < count;) {

@@ -9,14 +9,14 @@
 #include "transport/SerialConnector.h"
 #include "transport/UARTTransportData.h"
 
-// The connector over a serial device node, at a fixed raw 115200 8N1. While connected it holds an
-// advisory lock on the terminal, so a second connection to it is refused; the settings the terminal
-// had come back at the end of the connection, and InstallTerminalRestoreOnSignals (see
-// TerminalRestore.h) covers an end by signal.
+// The connector for a serial device node, always raw at 115200 8N1. While connected it holds an
+// advisory lock on the terminal, so that a second connection to it is refused. Disconnecting
+// restores the terminal's settings; InstallTerminalRestoreOnSignals (TerminalRestore.h) does so
+// when a signal ends the process.
 //
-// One thread connects, transmits, reads and disconnects. Received bytes are taken from the port by
-// a reader thread, which also runs the receive callback. Disconnecting waits for that thread, so
-// the callback must not disconnect or destroy the connector.
+// One thread connects, transmits, reads and disconnects. A reader thread takes received bytes from
+// the port and runs the receive callback. Disconnecting waits for that thread, so the callback must
+// neither disconnect nor destroy the connector, nor wait for a lock that the caller holds then.
 class CUARTConnector : public CSerialConnector {
 public:
     CUARTConnector() = default;
@@ -32,13 +32,13 @@ public:
     // "Not connected!".
     std::string Disconnect() override;
 
-    // Waits until the bytes are handed to the device. Always empty: lost bytes show as a missing
-    // answer.
+    // Waits until the device has taken the bytes. Always returns the empty text: lost bytes show as
+    // a missing answer.
     std::string TransmitBytes(unsigned char* bytes, unsigned int count) override;
 
-    // What came before a disconnection can still be read after it. "RxOverflow" when the caller
-    // was too slow, from then on for the whole connection; "RxUnknownError"; "Not connected!" when
-    // there never was a connection.
+    // What arrived before Disconnect can be read after it. "RxOverflow" if the caller was too slow,
+    // from then on for the whole connection; "RxUnknownError"; "Not connected!" if there never was
+    // a connection.
     std::string ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
                                   unsigned int* gotBytes) override;
 
@@ -55,15 +55,15 @@ private:
 
     std::unique_ptr<CUARTTransportData> m_pTransport;
     WORKER m_Reader;
-    WORKER m_Writer;  // nothing starts one: TransmitBytes sends from the caller's thread
+    WORKER m_Writer;  // never started: TransmitBytes sends from the caller's thread
 };
 
-// The locks that belong to the threads of the connector that connected last; null while it has
-// none. The connector owns them, and nothing locks them.
+// The locks of the connector that connected last; null if there is none. The connector owns them
+// and never locks them.
 extern std::atomic<CSynchronizationMutex*> pUARTReadMutex;
 extern std::atomic<CSynchronizationMutex*> pUARTWriteMutex;
 
-// Unlocks pUARTReadMutex if it is set. Shaped like a signal handler, but nothing installs it.
+// Unlocks pUARTReadMutex if it is set. Looks like a signal handler, but nothing installs it.
 void SignalHandler(int signal);
 
 // Thread functions; the context is the CUARTTransportData. Both run until they are cancelled.

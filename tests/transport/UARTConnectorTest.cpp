@@ -317,8 +317,6 @@ TEST(UARTWriteThread, SendsWhatIsQueuedAndEndsWhenAsked) {
     CTestTerminal terminal;
     CUARTTransportData record;
     ASSERT_TRUE(record.Port().Open(terminal.Path()));
-    record.Port().ArmSignals();
-    record.Port().SetUpLine();
     COSExecutionThread thread(UARTWriteThread, &record);
     ASSERT_EQ(thread.RunThread(), 0);
     const Bytes pattern = Pattern(10000);
