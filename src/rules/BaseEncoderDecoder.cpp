@@ -2,120 +2,36 @@
 
 #include <sys/stat.h>
 
-#include <cstdio>
+#include <sstream>
 
 #include "util/FileHandle.h"
-#include "util/FormatText.h"
 
 namespace {
 
-const char* TextOrEmpty(const char* text) {
-    return text == nullptr ? "" : text;
+std::string Quoted(const char* text) {
+    return '"' + std::string(text == nullptr ? "" : text) + '"';
 }
 
-// Opening the destination would empty the source before it is read.
 bool IsSameFile(std::FILE* file, const char* path) {
     struct stat left {};
     struct stat right {};
-    return ::fstat(::fileno(file), &left) == 0 && ::stat(path, &right) == 0 &&
+    return path != nullptr && ::fstat(::fileno(file), &left) == 0 && ::stat(path, &right) == 0 &&
            left.st_dev == right.st_dev && left.st_ino == right.st_ino;
-}
-
-// The file that blocks are written to. A full disk may show only when it is closed.
-class CBlockWriter {
-public:
-    explicit CBlockWriter(const char* path)
-        : m_strPath(TextOrEmpty(path)), m_File(std::fopen(m_strPath.c_str(), "wb")) {}
-
-    std::string OpenError() const {
-        return m_File ? "" : FormatText("Failed to open \"%s\" for writing", m_strPath.c_str());
-    }
-
-    std::string Write(const CByteBuffer& block) {
-        const unsigned int size = block.GetDataByteSize();
-        return std::fwrite(block.GetDataBuffer(), 1, size, m_File.get()) == size ? ""
-                                                                                 : WriteError();
-    }
-
-    std::string Close() { return std::fclose(m_File.release()) == 0 ? "" : WriteError(); }
-
-private:
-    std::string WriteError() const {
-        return FormatText("Failed to write \"%s\"", m_strPath.c_str());
-    }
-
-    std::string m_strPath;
-    CFileHandle m_File;
-};
-
-// Hands the file to use(block) piece by piece until that returns an error.
-template <class USE>
-std::string ForEachBlock(std::FILE* file, const char* path, USE use) {
-    unsigned char bytes[ENCODED_BLOCK_SIZE];
-    while (const std::size_t count = std::fread(bytes, 1, sizeof bytes, file)) {
-        const CByteBuffer block(bytes, static_cast<unsigned int>(count), BYTE_BUFFER_BORROWED);
-        std::string error = use(block);
-        if (!error.empty()) {
-            return error;
-        }
-    }
-    return std::ferror(file) == 0 ? "" : FormatText("Failed to read \"%s\"", path);
-}
-
-// Appends the characters to the lines; line holds what follows the last line feed.
-void SplitIntoLines(const CByteBuffer& text, std::string& line, std::vector<std::string>& lines) {
-    for (unsigned int i = 0; i < text.GetDataByteSize(); ++i) {
-        const char character = static_cast<char>(text.GetDataBuffer()[i]);
-        if (character == '\n') {
-            lines.push_back(line);
-            line.clear();
-        } else if (character != '\r') {
-            line += character;
-        }
-    }
 }
 
 }  // namespace
 
-CBaseEncoderDecoder::CBaseEncoderDecoder(const char* keyText)
-    : m_strKeyText(TextOrEmpty(keyText)) {}
+const CBaseEncoderDecoder::CONVERSION CBaseEncoderDecoder::ENCODING{
+    &CBaseEncoderDecoder::StartEncode, &CBaseEncoderDecoder::EncodeBytes};
+const CBaseEncoderDecoder::CONVERSION CBaseEncoderDecoder::DECODING{
+    &CBaseEncoderDecoder::StartDecode, &CBaseEncoderDecoder::DecodeBytes};
 
 std::string CBaseEncoderDecoder::EncodeFile(const char* source, const char* destination) {
-    return ConvertFile(source, destination, &CBaseEncoderDecoder::StartEncode,
-                       &CBaseEncoderDecoder::EncodeBytes);
+    return ConvertFile(source, destination, ENCODING);
 }
 
 std::string CBaseEncoderDecoder::DecodeFile(const char* source, const char* destination) {
-    return ConvertFile(source, destination, &CBaseEncoderDecoder::StartDecode,
-                       &CBaseEncoderDecoder::DecodeBytes);
-}
-
-std::string CBaseEncoderDecoder::ConvertFile(const char* source, const char* destination,
-                                             StartOperation start, BytesOperation convert) {
-    const CFileHandle input = OpenFileForReading(source);
-    if (!input) {
-        // The wording is kept on purpose, odd as it is: callers may compare it.
-        return FormatText("File \"%s\" dest not exists", TextOrEmpty(source));
-    }
-    std::string error = (this->*start)();
-    if (!error.empty()) {
-        return error;
-    }
-    if (IsSameFile(input.get(), TextOrEmpty(destination))) {
-        return FormatText("\"%s\" cannot be converted onto itself", source);
-    }
-    CBlockWriter output(destination);
-    error = output.OpenError();
-    if (!error.empty()) {
-        return error;
-    }
-    CByteBuffer converted;
-    error = ForEachBlock(input.get(), source, [&](const CByteBuffer& block) {
-        std::string failure = (this->*convert)(block, converted);
-        return failure.empty() ? output.Write(converted) : failure;
-    });
-    const std::string closeError = output.Close();
-    return error.empty() ? closeError : error;
+    return ConvertFile(source, destination, DECODING);
 }
 
 std::string CBaseEncoderDecoder::EncodeTextLinesToFile(const std::vector<std::string>& lines,
@@ -123,55 +39,88 @@ std::string CBaseEncoderDecoder::EncodeTextLinesToFile(const std::vector<std::st
     if (lines.empty()) {
         return "No Input Lines to encode";
     }
-    std::string error = StartEncode();
-    if (!error.empty()) {
-        return error;
-    }
-    CBlockWriter output(path);
-    error = output.OpenError();
-    if (!error.empty()) {
-        return error;
-    }
     std::string text;
     for (const std::string& line : lines) {
         text.append(line).append("\n");
     }
-    CByteBuffer encoded;
-    for (std::size_t done = 0; done < text.size() && error.empty(); done += ENCODED_BLOCK_SIZE) {
-        // The last block has its own length: padding would read back as characters.
-        std::string piece = text.substr(done, ENCODED_BLOCK_SIZE);
-        const CByteBuffer block(reinterpret_cast<unsigned char*>(piece.data()),
-                                static_cast<unsigned int>(piece.size()), BYTE_BUFFER_BORROWED);
-        error = EncodeBytes(block, encoded);
-        if (error.empty()) {
-            error = output.Write(encoded);
-        }
-    }
-    const std::string closeError = output.Close();
-    return error.empty() ? closeError : error;
+    const CFileHandle input(::fmemopen(text.data(), text.size(), "rb"));
+    return input ? ConvertToFile(input.get(), "", path, ENCODING) : "Out of memory";
 }
 
 std::string CBaseEncoderDecoder::DecodeTextLinesFromFile(const char* path,
                                                          std::vector<std::string>& lines) {
     const CFileHandle input = OpenFileForReading(path);
     if (!input) {
-        return FormatText("Failed to open \"%s\" for reading", TextOrEmpty(path));
+        return "Failed to open " + Quoted(path) + " for reading";
     }
+    std::string text;
     std::string error = StartDecode();
+    if (error.empty()) {
+        error = ConvertBlocks(input.get(), path, DECODING, [&](const CByteBuffer& block) {
+            text.append(block.GetDataBuffer(), block.GetDataBuffer() + block.GetDataByteSize());
+            return std::string();
+        });
+    }
+    std::erase(text, '\r');
+    std::istringstream rest(text);
+    for (std::string line; error.empty() && std::getline(rest, line);) {
+        lines.push_back(line);
+    }
+    return error;
+}
+
+std::string CBaseEncoderDecoder::ConvertFile(const char* source, const char* destination,
+                                             const CONVERSION& conversion) {
+    const CFileHandle input = OpenFileForReading(source);
+    if (!input) {
+        // Odd as it is, callers may compare this text.
+        return "File " + Quoted(source) + " dest not exists";
+    }
+    if (IsSameFile(input.get(), destination)) {
+        // Opening the destination would empty the source before it is read.
+        return Quoted(source) + " cannot be converted onto itself";
+    }
+    return ConvertToFile(input.get(), source, destination, conversion);
+}
+
+std::string CBaseEncoderDecoder::ConvertToFile(std::FILE* input, const char* source,
+                                               const char* destination,
+                                               const CONVERSION& conversion) {
+    std::string error = (this->*conversion.start)();
     if (!error.empty()) {
         return error;
     }
-    std::string line;
-    CByteBuffer decoded;
-    error = ForEachBlock(input.get(), path, [&](const CByteBuffer& block) {
-        std::string failure = DecodeBytes(block, decoded);
-        if (failure.empty()) {
-            SplitIntoLines(decoded, line, lines);
-        }
-        return failure;
+    CFileHandle output(destination == nullptr ? nullptr : std::fopen(destination, "wb"));
+    if (!output) {
+        return "Failed to open " + Quoted(destination) + " for writing";
+    }
+    const std::string writeError = "Failed to write " + Quoted(destination);
+    error = ConvertBlocks(input, source, conversion, [&](const CByteBuffer& block) {
+        const unsigned int size = block.GetDataByteSize();
+        const bool written = std::fwrite(block.GetDataBuffer(), 1, size, output.get()) == size;
+        return written ? "" : writeError;
     });
-    if (error.empty() && !line.empty()) {
-        lines.push_back(line);
+    // A full disk may show only here.
+    const bool closed = std::fclose(output.release()) == 0;
+    return error.empty() && !closed ? writeError : error;
+}
+
+// Converts the input block by block and passes each block on, until the first error.
+std::string CBaseEncoderDecoder::ConvertBlocks(std::FILE* input, const char* source,
+                                               const CONVERSION& conversion, const BlockUser& use) {
+    unsigned char bytes[ENCODED_BLOCK_SIZE];
+    CByteBuffer converted;
+    std::string error;
+    while (error.empty()) {
+        const std::size_t count = std::fread(bytes, 1, sizeof bytes, input);
+        if (count == 0) {
+            return std::ferror(input) == 0 ? "" : "Failed to read " + Quoted(source);
+        }
+        const CByteBuffer block(bytes, static_cast<unsigned int>(count), BYTE_BUFFER_BORROWED);
+        error = (this->*conversion.convert)(block, converted);
+        if (error.empty()) {
+            error = use(converted);
+        }
     }
     return error;
 }

@@ -5,8 +5,8 @@
 
 #include "rules/DownloadRulesSet.h"
 
-// One download request: which rule sets apply, which files are loaded, where the log goes. Holds
-// names only and checks nothing. Copyable; not synchronised.
+// One download request: the rule sets, the names of the files to load and of the log file. Checks
+// nothing. Copyable; not synchronised.
 class CChipDownloadDescriptor {
 public:
     void AddRuleSet(const CDownloadRulesSet& ruleSet) { m_RuleSets.push_back(ruleSet); }
@@ -15,7 +15,7 @@ public:
     void AddConfigDataFileName(std::string name) { m_ConfigDataFiles.push_back(std::move(name)); }
     void SetLogFileName(std::string name) { m_strLogFileName = std::move(name); }
 
-    // Never null; "" when there is no log file.
+    // "" if there is no log file.
     const char* GetLogFileName() const { return m_strLogFileName.c_str(); }
 
     unsigned int CountRuleSets() const { return static_cast<unsigned int>(m_RuleSets.size()); }
@@ -29,7 +29,7 @@ public:
         return static_cast<unsigned int>(m_ConfigDataFiles.size());
     }
 
-    // The caller keeps the index below the count; none of these checks it.
+    // The index must be below the count.
     CDownloadRulesSet& GetRuleSet(unsigned int index) { return m_RuleSets[index]; }
     const CDownloadRulesSet& GetRuleSet(unsigned int index) const { return m_RuleSets[index]; }
     std::string GetMinidriverFile(unsigned int index) const { return m_MinidriverFiles[index]; }
@@ -37,7 +37,7 @@ public:
     std::string GetConfigDataFile(unsigned int index) const { return m_ConfigDataFiles[index]; }
 
 private:
-    // Every reader consults the first rule set only; later ones are carried and never read.
+    // Callers read the first set only.
     std::vector<CDownloadRulesSet> m_RuleSets;
     std::vector<std::string> m_MinidriverFiles;
     std::vector<std::string> m_FirmwareFiles;

@@ -14,10 +14,10 @@ constexpr std::string_view SET_MARK = "DevicePreset";
 constexpr std::size_t FIRST_LINE_LENGTH = 249;
 constexpr std::size_t LINE_LENGTH = 1019;
 
-// A path as the caller gives it: "file", or "file@preset" with or without quotes around the preset.
+// "file", or "file@preset" with or without quotes around the preset.
 struct VNP_SOURCE {
     std::string fileName;
-    std::string quotedPreset;  // empty when the first set is wanted
+    std::string quotedPreset;  // empty: the first set
 };
 
 VNP_SOURCE SplitPath(const std::string& path) {
@@ -32,7 +32,7 @@ VNP_SOURCE SplitPath(const std::string& path) {
     return {path.substr(0, at), preset == "\"\"" ? "" : preset};
 }
 
-// A line that is too long comes in pieces, each of them a line of its own. A NUL ends its piece.
+// A line that is too long comes in pieces, each a line of its own. A NUL ends its piece.
 bool ReadVnpLine(std::FILE* file, std::size_t maxLength, std::string& line) {
     const bool found = ReadLinePiece(file, maxLength, line);
     line.resize(std::strlen(line.c_str()));
@@ -57,8 +57,8 @@ void StoreParameterLine(CDownloadRulesSet& rules, std::string_view line) {
     if (IsDoubleQuoted(value.c_str())) {
         value = value.substr(1, value.size() - 2);
     }
-    // Errors are dropped on purpose: a parameter without name or value is skipped, and a repeated
-    // one keeps its first value.
+    // Refused are parameters without a name or a value, and repeated ones, where the first value
+    // stays. Such lines are common in these files and must not keep the others from being used.
     rules.SetDownloadParameter(name.c_str(), value.c_str(), false);
 }
 
@@ -91,10 +91,9 @@ bool CDownloadRulesSet::ProcessAsVnp(const char* path, std::string* error) {
         }
     }
     if (!selected) {
-        *error = "In the VNP file " + source.fileName +
-                 " could not find a specified set of download parameters";
         // Without a preset the first set is always taken, so one was named here.
-        *error += ' ' + source.quotedPreset;
+        *error = "In the VNP file " + source.fileName +
+                 " could not find a specified set of download parameters " + source.quotedPreset;
     }
     return true;
 }
@@ -115,7 +114,7 @@ std::string CDownloadRulesSet::SetDownloadParameter(const char* name, const char
         if (!allowOverride) {
             return std::string("Parameter ") + name + " already exists";
         }
-        // A copy, because the value may be the very text that is about to go.
+        // A copy: value may point into the entry that is removed here.
         const std::string newValue(value);
         m_Parameters.RemoveValue(name);
         return m_Parameters.AddValue(name, newValue.c_str());

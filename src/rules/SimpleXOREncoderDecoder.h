@@ -2,9 +2,9 @@
 
 #include "rules/BaseEncoderDecoder.h"
 
-// XOR with a key that repeats and runs on from one call to the next, so that a file is one stream
-// however it is cut into blocks. Encoding and decoding are the same. This hides a text from a
-// casual reader and is no protection.
+// XORs bytes with a repeating key that runs on from one call to the next, so a file is one stream
+// however it is cut into blocks. Encoding and decoding are the same. Keeps a casual reader out, and
+// nobody else.
 class CSimpleXOREncoderDecoder final : public CBaseEncoderDecoder {
 public:
     using CBaseEncoderDecoder::CBaseEncoderDecoder;

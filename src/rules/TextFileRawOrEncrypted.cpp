@@ -7,8 +7,7 @@ namespace {
 constexpr std::size_t PLAIN_LINE_LENGTH = 499;
 
 bool MarksScrambledFile(char byte) {
-    // Signed, so that bytes above 127 count as control characters. Kept this way on purpose:
-    // scrambled bytes above 127 are what tells most files apart.
+    // Signed, so that bytes above 127 count too: most scrambled files have one.
     return byte != '\n' && byte != '\r' && static_cast<signed char>(byte) < 32;
 }
 
@@ -76,7 +75,7 @@ std::string CTextFileRawOrEncrypted::ReadScrambledLine() {
     return line;
 }
 
-// The next block, decoded. False at the end of the file.
+// Reads and decodes the next block. False at the end of the file.
 bool CTextFileRawOrEncrypted::FillBlock() {
     unsigned char bytes[ENCODED_BLOCK_SIZE];
     const std::size_t count = std::fread(bytes, 1, sizeof bytes, m_File.get());

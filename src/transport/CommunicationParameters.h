@@ -5,24 +5,20 @@
 #include "transport/PortTypes.h"
 #include "util/NameValueTable.h"
 
-// The parameters of one link, read from NAME=value lines. PORT is the device path; BAUDRATE, RTS,
-// CTS and NOFLOWCONTROL are carried along and not read by the UART connector. Copyable; not
-// synchronised.
+// The parameters of one link, read from NAME=value lines. PORT is the device path; the UART
+// connector ignores all others (BAUDRATE, RTS, CTS, NOFLOWCONTROL). Copyable; not synchronised.
 class CCommunicationParameters {
 public:
-    CCommunicationParameters() = default;
-    CCommunicationParameters(const CCommunicationParameters&) = default;
-    CCommunicationParameters& operator=(const CCommunicationParameters&) = default;
     virtual ~CCommunicationParameters() = default;
 
-    // Replaces the parameters; returns the table's error text, empty on success.
+    // Replaces all parameters. Returns the table's error text, empty on success.
     std::string ParseCommParams(const char* text);
 
-    // The default is returned for a missing name (and, for numbers, a value that is none).
+    // Return the default for a missing name and, for numbers, for a value that is not a number.
     std::string GetParamAsText(const char* name, const char* defaultValue) const;
     unsigned int GetParamAsU32(const char* name, unsigned int defaultValue) const;
 
-    std::string GetPortId() const;  // as written, "" when there is none
+    std::string GetPortId() const;  // as written; "" if there is none
     PortTypes GetPortType() const;
     std::string GetPortTypeName() const;
 

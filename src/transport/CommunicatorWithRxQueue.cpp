@@ -4,7 +4,7 @@
 
 namespace {
 
-// Up to this capacity everything the queue holds can be read in one piece.
+// Up to this capacity, all bytes that the queue holds can be read in one piece.
 constexpr unsigned int LINEAR_SIZE = 0x40000;
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include "transport/DataQueue.h"
 
-// A queue that somebody else owns and that must outlive the wrapper. No lock either.
+// Refers to a queue, which must outlive it. Not synchronised, like the queue.
 class CppQueueWrapper {
 public:
     explicit CppQueueWrapper(DATA_QUEUE& queue) : m_Queue(queue) {}

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int MAX_UART_INDEX = 99;
 
-// Only so much of a port id is looked at: a path that comes to /dev/tty later is none of ours.
+// A path that mentions /dev/tty later is not a UART.
 constexpr std::size_t PORT_ID_LOOKED_AT = 31;
 
 }  // namespace

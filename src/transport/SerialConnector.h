@@ -6,12 +6,12 @@
 #include "transport/CommunicationParameters.h"
 #include "transport/LineObserver.h"
 
-// Runs on the connector's reader thread with the bytes just received; returns how many it took.
+// Called on the connector's reader thread with the bytes just received; returns how many it took.
 using RxCallback = unsigned int (*)(void* context, unsigned char* bytes, unsigned int count);
 
 // The transport to the chip. Every operation returns an error text, empty on success.
 //
-// One caller thread uses a connector; received bytes come in on a thread of the connector's own.
+// One thread at a time uses a connector, which receives on a thread of its own.
 class CSerialConnector {
 public:
     CSerialConnector() = default;
@@ -19,13 +19,14 @@ public:
     CSerialConnector& operator=(const CSerialConnector&) = delete;
     virtual ~CSerialConnector() = default;
 
-    // rxCallback may be null. Must not be called while connected.
+    // rxCallback may be null. Fails while connected.
     virtual std::string Connect(CCommunicationParameters& params, RxCallback rxCallback,
                                 void* context) = 0;
     virtual std::string Disconnect() = 0;
     virtual std::string TransmitBytes(unsigned char* bytes, unsigned int count) = 0;
 
-    // Never waits: *gotBytes is what was there, at most maxBytes, and all ones on failure.
+    // Takes what has arrived, without waiting. *gotBytes: the number of bytes copied, at most
+    // maxBytes; all ones on failure.
     virtual std::string ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
                                           unsigned int* gotBytes) = 0;
 

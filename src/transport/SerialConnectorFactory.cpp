@@ -9,10 +9,9 @@
 
 namespace {
 
-// Only so much of the parameter text is searched for the transport.
 constexpr std::size_t TEXT_SEARCHED = 512;
 
-// A search in the text as it stands, blanks and all, not a look-up of the PORT parameter.
+// Searches the text, not the parsed parameters: with spaces around "=", no port is found.
 std::unique_ptr<CSerialConnector> MakeConnectorFor(const char* paramText) {
     const std::string start = UpperCaseCopy({paramText, strnlen(paramText, TEXT_SEARCHED)});
     if (start.find("PORT=/DEV/TTY") == std::string::npos) {

@@ -11,7 +11,7 @@
 std::atomic<CSynchronizationMutex*> pUARTReadMutex{nullptr};
 std::atomic<CSynchronizationMutex*> pUARTWriteMutex{nullptr};
 
-// Whoever holds the lock is not seen from here.
+// Unchecked: no caller in sight holds the lock.
 HCILOAD_NO_THREAD_SAFETY_CHECK void SignalHandler(int /*signal*/) {
     CSynchronizationMutex* const mutex = pUARTReadMutex;
     if (mutex != nullptr) {

@@ -52,7 +52,10 @@ TEST(CommunicatorWithRxQueue, DropsWhatFindsNoRoom) {
     connector.Receive({1, 2, 3, 4, 5, 6, 7, 8});
     unsigned char more[] = {9, 10, 11};
     EXPECT_EQ(CCommunicatorWithRxQueue::FuncCircQueueRxData(&communicator, more, 3), 2U);
-    EXPECT_EQ(communicator.GetRxQueue().AddBytes(3, more), 0U);
+    {
+        const CLockGuard held(communicator.GetRxLock());
+        EXPECT_EQ(communicator.GetRxQueue().AddBytes(3, more), 0U);
+    }
     EXPECT_EQ(TakeAll(communicator), (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
