@@ -84,7 +84,6 @@ void InstallTerminalRestoreOnSignals() {
 }
 
 // Async-signal-safe calls only. The list stays locked, so no other thread changes a terminal again.
-// The signal is blocked here; the one that raise sends ends the process when the handler returns.
 void CTerminalRestore::EndBySignal(int signal) {
     LockList();
     for (const CTerminalRestore* entered = m_pFirst; entered != nullptr;
@@ -95,6 +94,11 @@ void CTerminalRestore::EndBySignal(int signal) {
     action.sa_handler = SIG_DFL;
     sigaction(signal, &action, nullptr);
     raise(signal);
+    // The process ends here, before another signal's handler can wait for the list.
+    sigset_t raised;
+    sigemptyset(&raised);
+    sigaddset(&raised, signal);
+    pthread_sigmask(SIG_UNBLOCK, &raised, nullptr);
 }
 
 void CTerminalRestore::EnterAndApply(int descriptor, const termios& settings) {
