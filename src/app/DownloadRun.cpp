@@ -5,89 +5,58 @@
 
 #include "download/ChipDownloader.h"
 #include "os/OSTime.h"
+#include "util/FormatText.h"
 #include "util/Wrap32.h"
 
 unsigned int PROGRESS_REPORT_INTERVAL_MS = 1000;
 
 namespace {
 
-// The figures of one poll.
-struct CProgress {
-    DownloadStates m_State = DOWNLOAD_UNINITIALIZED;
-    unsigned int m_nCodeDownloaded = 0;
-    unsigned int m_nDataDownloaded = 0;
-    float m_CodePercent = 0;
-    float m_DataPercent = 0;
-    unsigned int m_nCodeVerified = 0;
-    unsigned int m_nDataVerified = 0;
-    float m_CodeVerifiedPercent = 0;
-    float m_DataVerifiedPercent = 0;
-};
-
-CProgress ReadProgress(const CChipDownloader& downloader) {
-    CProgress progress;
-    unsigned int codeTotal = 0;
-    unsigned int dataTotal = 0;
-    progress.m_State = downloader.GetStatus(nullptr, nullptr, nullptr, nullptr);
-    downloader.GetDownloadAmount(&codeTotal, &dataTotal, &progress.m_nCodeDownloaded,
-                                 &progress.m_nDataDownloaded, &progress.m_CodePercent,
-                                 &progress.m_DataPercent);
-    downloader.GetVerifiedAmount(&progress.m_nCodeVerified, &progress.m_nDataVerified,
-                                 &progress.m_CodeVerifiedPercent, &progress.m_DataVerifiedPercent);
-    return progress;
+std::string AmountText(const char* what, unsigned int code, float codePercent, unsigned int data,
+                       float dataPercent) {
+    return FormatText("%s %d code bytes (%4.1f%%) and %d data bytes (%4.1f%%).", what,
+                      static_cast<int>(code), codePercent, static_cast<int>(data), dataPercent);
 }
 
-void PrintRecentDetails(CChipDownloader& downloader) {
+// Ends in two or three blanks, which scripts count on.
+std::string ProgressText(const CChipDownloader& downloader, DownloadStates state) {
+    unsigned int code = 0;
+    unsigned int data = 0;
+    unsigned int total = 0;
+    float codePercent = 0;
+    float dataPercent = 0;
+    downloader.GetDownloadAmount(&total, &total, &code, &data, &codePercent, &dataPercent);
+    const std::string downloaded = AmountText("Downloaded", code, codePercent, data, dataPercent);
+    downloader.GetVerifiedAmount(&code, &data, &codePercent, &dataPercent);
+    const std::string verified = AmountText("Verified", code, codePercent, data, dataPercent);
+    switch (state) {
+        case DOWNLOAD_LOADING_CODE:
+        case DOWNLOAD_LOADING_DATA:
+            return downloaded + "  ";
+        case DOWNLOAD_VERIFYING_CODE:
+        case DOWNLOAD_VERIFYING_DATA:
+            return verified + "   ";
+        default:
+            return downloaded + " " + verified + "   ";
+    }
+}
+
+// One poll; returns the state that it saw. The state is read before the details, so that none can
+// follow a final state.
+DownloadStates PollAndPrint(CChipDownloader& downloader) {
+    const CLockGuard access(downloader.AccessLock());
+    const DownloadStates state = downloader.GetStatus(nullptr, nullptr, nullptr, nullptr);
+    const std::string progress = ProgressText(downloader, state);
     std::vector<std::string> details;
     downloader.GetAllRecentDetails(details);
     for (const std::string& detail : details) {
         std::printf("%s\n", detail.c_str());
     }
-}
-
-// The blanks before "Current state" are two, three and three: scripts that read these lines count
-// on them.
-void PrintProgressLine(const CProgress& p) {
-    const std::string state = CChipDownloader::GetStateName(p.m_State);
-    const auto codeDownloaded = static_cast<int>(p.m_nCodeDownloaded);
-    const auto dataDownloaded = static_cast<int>(p.m_nDataDownloaded);
-    const auto codeVerified = static_cast<int>(p.m_nCodeVerified);
-    const auto dataVerified = static_cast<int>(p.m_nDataVerified);
-    switch (p.m_State) {
-        case DOWNLOAD_LOADING_CODE:
-        case DOWNLOAD_LOADING_DATA:
-            std::printf(
-                "Downloaded %d code bytes (%4.1f%%) and %d data bytes (%4.1f%%).  Current state: "
-                "%s\n",
-                codeDownloaded, p.m_CodePercent, dataDownloaded, p.m_DataPercent, state.c_str());
-            break;
-        case DOWNLOAD_VERIFYING_CODE:
-        case DOWNLOAD_VERIFYING_DATA:
-            std::printf(
-                "Verified %d code bytes (%4.1f%%) and %d data bytes (%4.1f%%).   Current state: "
-                "%s\n",
-                codeVerified, p.m_CodeVerifiedPercent, dataVerified, p.m_DataVerifiedPercent,
-                state.c_str());
-            break;
-        default:
-            std::printf(
-                "Downloaded %d code bytes (%4.1f%%) and %d data bytes (%4.1f%%). Verified %d code "
-                "bytes (%4.1f%%) and %d data bytes (%4.1f%%).   Current state: %s\n",
-                codeDownloaded, p.m_CodePercent, dataDownloaded, p.m_DataPercent, codeVerified,
-                p.m_CodeVerifiedPercent, dataVerified, p.m_DataVerifiedPercent, state.c_str());
-            break;
-    }
-}
-
-// One poll; returns the state that it saw.
-DownloadStates PollAndPrint(CChipDownloader& downloader) {
-    const CLockGuard access(downloader.AccessLock());
-    const CProgress progress = ReadProgress(downloader);
-    PrintRecentDetails(downloader);
-    PrintProgressLine(progress);
-    // Whoever reads through a pipe gets the line when it is due.
+    std::printf("%sCurrent state: %s\n", progress.c_str(),
+                CChipDownloader::GetStateName(state).c_str());
+    // A reader of a pipe gets the line when it is due.
     std::fflush(stdout);
-    return progress.m_State;
+    return state;
 }
 
 DownloadStates PollUntilFinal(CChipDownloader& downloader) {
@@ -124,7 +93,7 @@ std::string PerformDownload(CChipImageLoadingInformation& info, CSerialConnector
     CChipDownloader downloader(info, connector);
     std::string error = downloader.PrepareForDownload();
     if (error.empty()) {
-        // A thread that could not be started shows up as the error of the first poll.
+        // A thread that does not start shows up as the error of the first poll.
         downloader.StartDownload(nullptr);
         if (PollUntilFinal(downloader) == DOWNLOAD_TERMINATED_WITH_ERROR) {
             error = downloader.GetErrorDescription();
