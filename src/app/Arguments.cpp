@@ -1,7 +1,9 @@
 #include "app/Arguments.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 #include <type_traits>
@@ -42,6 +44,8 @@ std::string LoadRuleSet(CRequest& request, const char* path) {
         request.m_Descriptor.AddRuleSet(rules);
         const std::string pathAndPreset = path;
         request.m_Inputs.push_back(pathAndPreset.substr(0, pathAndPreset.find('@')));
+        // Rule files are called VNP files in Vintor mode.
+        request.m_strVnpFileName = request.m_bVintorMode ? pathAndPreset : "";
     }
     return error;
 }
@@ -49,14 +53,6 @@ std::string LoadRuleSet(CRequest& request, const char* path) {
 std::string TakeRules(CRequest& request, const char* path) {
     return request.m_bVintorMode ? "RULES files not allowed with VINTORMODE option!"
                                  : LoadRuleSet(request, path);
-}
-
-std::string TakeVnp(CRequest& request, const char* path) {
-    std::string error = LoadRuleSet(request, path);
-    if (error.empty()) {
-        request.m_strVnpFileName = path;
-    }
-    return error;
 }
 
 std::string TakePort(CRequest& request, const char* value) {
@@ -143,7 +139,7 @@ struct COption {
     const char* m_szName;
     bool m_bTakesValue;
     std::string (*m_pTake)(CRequest& request, const char* value);
-    // Where it does not hold for the request so far, the option is not recognized.
+    // Where this is false for the request so far, the option is not recognized.
     bool (*m_pIsAllowed)(const CRequest& request, int position) = nullptr;
 };
 
@@ -159,7 +155,7 @@ constexpr COption OPTIONS[] = {
     {"NOERASE", SWITCH, Set<&CRequest::m_Erase, OPTION_OFF>},
     {"NOVERIFY", SWITCH, Set<&CRequest::m_Verify, OPTION_OFF>},
     {"RULES", VALUE, TakeRules},
-    {"VNP", VALUE, TakeVnp, IsVintorMode},
+    {"VNP", VALUE, LoadRuleSet, IsVintorMode},
     {"PORT", VALUE, TakePort, IsStillOpen<&CRequest::m_strPort>},
     {"DLMINIDRIVERCHUNKSIZE", VALUE, TakeMinidriverChunkSize,
      IsStillOpen<&CRequest::m_nMinidriverChunkSize>},
@@ -173,14 +169,12 @@ constexpr COption OPTIONS[] = {
 };
 
 const COption* FindOption(const std::string& name, const CRequest& request, int position) {
-    for (const COption& option : OPTIONS) {
-        if (name == option.m_szName) {
-            const bool isAllowed =
-                option.m_pIsAllowed == nullptr || option.m_pIsAllowed(request, position);
-            return isAllowed ? &option : nullptr;
-        }
-    }
-    return nullptr;
+    const auto* option =
+        std::find_if(std::begin(OPTIONS), std::end(OPTIONS), [&](const COption& candidate) {
+            return name == candidate.m_szName &&
+                   (candidate.m_pIsAllowed == nullptr || candidate.m_pIsAllowed(request, position));
+        });
+    return option == std::end(OPTIONS) ? nullptr : option;
 }
 
 // Whether writing to one destroys the other; one of them need not exist yet. Devices and pipes may

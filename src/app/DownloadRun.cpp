@@ -59,15 +59,6 @@ DownloadStates PollAndPrint(CChipDownloader& downloader) {
     return state;
 }
 
-DownloadStates PollUntilFinal(CChipDownloader& downloader) {
-    DownloadStates state = DOWNLOAD_UNINITIALIZED;
-    do {
-        PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
-        state = PollAndPrint(downloader);
-    } while (!IsFinalState(state));
-    return state;
-}
-
 void PrintFilledAreas(CChipDownloader& downloader) {
     const CLockGuard access(downloader.AccessLock());
     const std::vector<COMPLETED_SECTION_INFO>& areas = *downloader.GetCompletedMemSegmentList();
@@ -95,7 +86,12 @@ std::string PerformDownload(CChipImageLoadingInformation& info, CSerialConnector
     if (error.empty()) {
         // A thread that does not start shows up as the error of the first poll.
         downloader.StartDownload(nullptr);
-        if (PollUntilFinal(downloader) == DOWNLOAD_TERMINATED_WITH_ERROR) {
+        DownloadStates state = DOWNLOAD_UNINITIALIZED;
+        do {
+            PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
+            state = PollAndPrint(downloader);
+        } while (!IsFinalState(state));
+        if (state == DOWNLOAD_TERMINATED_WITH_ERROR) {
             error = downloader.GetErrorDescription();
         }
     }

@@ -5,11 +5,13 @@
 
 #include "util/Wrap32.h"
 
-// The rule compares the first address of a range with the end of the new one, and its last address
-// with the start of the new one, all in 32 bits. So what ends at the top overlaps nothing. A range
-// that wraps or is empty has a last address in front of its first: only what covers both overlaps
-// it, so its first stands for it. The same holds the other way round for a new range that wraps. An
-// empty range at 0 has the topmost last address and overlaps whatever does not end there.
+// Overlaps compares in 32 bits: the end of the new range with the first address of an earlier one,
+// and the last address of the earlier one with the start of the new one. Hence:
+// - A new range that ends at the top of the address space has its end at 0 and overlaps nothing.
+// - The last address of a wrapping or empty range lies before its first. Only a range that covers
+//   both overlaps it, so it is recorded by its first address, and asked for in the same way.
+// - The last address of an empty range at 0 is 0xFFFFFFFF, so every range that does not end at the
+//   top overlaps it.
 bool CAddressOccupancy::Take(unsigned int address, unsigned int size) {
     const unsigned int end = WrappingAdd(address, size);
     const unsigned int last = size == 0 ? address : std::max(WrappingSubtract(end, 1), address);
@@ -46,8 +48,7 @@ bool CAddressOccupancy::TakeInPage(unsigned int address, unsigned int last) {
     if (page == nullptr) {
         page = &m_Pages.emplace_back();
     }
-    // Short ranges lie in one word or two. Both cases take the same steps, so that the wait for one
-    // range is no wait for the next.
+    // Short ranges lie in one word or two. Branch-free, so that the lookups of ranges overlap.
     constexpr std::uint64_t ALL = ~std::uint64_t{0};
     const unsigned int firstWord = address % PAGE_SIZE / 64;
     const unsigned int lastWord = last % PAGE_SIZE / 64;

@@ -5,18 +5,17 @@
 #include <deque>
 #include <memory>
 
-// Which addresses the ranges of an image take, so that a new range need not be compared with every
-// other. It helps CChipImageByteData::Overlaps and keeps to its rule: no means no, yes means that
-// it is to be asked, for it alone knows which range comes first. One bit stands for each address,
-// in pages that exist only where some but not all of their addresses are taken.
+// Filters ranges that CChipImageByteData::Overlaps need not compare with every other: false is
+// final; on true, ask Overlaps. One bit for each address, in pages that exist only where some but
+// not all of their addresses are taken.
 class CAddressOccupancy {
 public:
     CAddressOccupancy() { m_FullPage.fill(~std::uint64_t{0}); }
     CAddressOccupancy(const CAddressOccupancy&) = delete;
     CAddressOccupancy& operator=(const CAddressOccupancy&) = delete;
 
-    // Takes the addresses of a range; whether it may overlap one that was there before.
-    bool Take(unsigned int address, unsigned int size);
+    // Takes the addresses of a range. True when it may overlap an earlier one.
+    [[nodiscard]] bool Take(unsigned int address, unsigned int size);
 
 private:
     static constexpr unsigned int PAGE_SIZE = 1024;  // addresses
@@ -27,11 +26,11 @@ private:
     using Block = std::array<Page*, PAGES>;
 
     bool TakeInPage(unsigned int address, unsigned int last);
-    // Null for a page none of whose addresses is taken.
+    // Null while none of the page's addresses is taken.
     Page*& PageAt(unsigned int address);
 
     std::array<std::unique_ptr<Block>, BLOCKS> m_Blocks;
     std::deque<Page> m_Pages;
-    Page m_FullPage;  // of all that are taken whole
+    Page m_FullPage;  // shared by all pages that are taken whole
     bool m_bEverywhere = false;
 };

@@ -31,21 +31,20 @@ std::string OpenError(const char* format, const char* fileName) {
                : FormatText("Failed to open %s file ", format) + fileName;
 }
 
-// Reads past the version block and the descriptors; the error text, empty on success.
+// Reads the version block and the descriptors. Returns the error text, empty on success.
 std::string ReadNCDFileHead(std::FILE* file, const char* fileName) {
     unsigned char version[NCD_VERSION_SIZE];
     if (std::fread(version, 1, NCD_VERSION_SIZE, file) != NCD_VERSION_SIZE) {
         return std::string("Failed to read version information from NCD file ") + fileName;
     }
-    const unsigned char patchSets = version[NCD_VERSION_SIZE - 1];
+    const std::size_t patchSets = version[NCD_VERSION_SIZE - 1];
     if (patchSets == 0) {
         return std::string("Patch set count is 0 in NCD file ") + fileName;
     }
-    unsigned char descriptor[NCD_PATCH_DESC_SIZE];
-    for (unsigned int i = 0; i < patchSets; ++i) {
-        if (std::fread(descriptor, 1, NCD_PATCH_DESC_SIZE, file) != NCD_PATCH_DESC_SIZE) {
-            return std::string("Failed to skip PATCH_DESC array in NCD file ") + fileName;
-        }
+    // Read, not sought past: the end of the file must show.
+    std::vector<unsigned char> skipped(patchSets * NCD_PATCH_DESC_SIZE);
+    if (std::fread(skipped.data(), 1, skipped.size(), file) != skipped.size()) {
+        return std::string("Failed to skip PATCH_DESC array in NCD file ") + fileName;
     }
     return "";
 }
@@ -60,14 +59,8 @@ CChipImageByteData::CChipImageByteData(const char* sourceType, const char* name,
 
 void CChipImageByteData::Clear() {
     m_Ranges.clear();
-    m_nFirstAddressLoaded = 0;
-    m_bFirstAddressKnown = false;
-    m_nLaunchAddress = 0;
-    m_bLaunchAddressKnown = false;
-}
-
-void CChipImageByteData::AddRange(const CByteBuffer& range) {
-    m_Ranges.push_back(range);
+    m_FirstAddressLoaded.reset();
+    m_LaunchAddress.reset();
 }
 
 unsigned int CChipImageByteData::GetTotalByteSize() const {
@@ -80,7 +73,7 @@ unsigned int CChipImageByteData::GetTotalByteSize() const {
 
 int CChipImageByteData::FindRangeWithThisAddress(unsigned int addr) const {
     for (size_t i = 0; i < m_Ranges.size(); ++i) {
-        // Asked this way round, a range that ends at 0xFFFFFFFF holds its last byte too.
+        // Written as a difference, because the end of a range at the top wraps to 0.
         const unsigned int base = m_Ranges[i].GetBaseAddress();
         if (addr >= base && addr - base < m_Ranges[i].GetDataByteSize()) {
             return static_cast<int>(i);
@@ -104,7 +97,7 @@ bool CChipImageByteData::Overlaps(unsigned int addr, unsigned int size, unsigned
 
 bool CChipImageByteData::FirstRangesOverlap(size_t count, unsigned int addr, unsigned int size,
                                             unsigned int* where) const {
-    // Sums wrap at 32 bits on purpose: data that end at 0xFFFFFFFF have their end at 0.
+    // Sums wrap, as the chip's 32-bit addresses do: data up to 0xFFFFFFFF have their end at 0.
     for (size_t i = 0; i < count; ++i) {
         const CByteBuffer& range = m_Ranges[i];
         const unsigned int base = range.GetBaseAddress();
@@ -121,8 +114,7 @@ bool CChipImageByteData::SetLaunchAddress(unsigned int addr) {
     if (FindRangeWithThisAddress(addr) < 0) {
         return false;
     }
-    m_nLaunchAddress = addr;
-    m_bLaunchAddressKnown = true;
+    m_LaunchAddress = addr;
     return true;
 }
 
@@ -130,8 +122,7 @@ bool CChipImageByteData::SetFirstAddressLoaded(unsigned int addr) {
     if (FindRangeWithThisAddress(addr) < 0) {
         return false;
     }
-    m_nFirstAddressLoaded = addr;
-    m_bFirstAddressKnown = true;
+    m_FirstAddressLoaded = addr;
     return true;
 }
 
@@ -188,13 +179,13 @@ std::string CChipImageByteData::LoadFromHexFile(std::FILE* file, const char* fil
     unsigned int firstAddress = 0;
     error = ReadHexRuns(reader, &firstAddress);
     if (!allowOverlap) {
-        // An overlap comes earlier in the file than whatever else ended the reading.
+        // An overlap is the earlier error: the reading went on past it.
         std::string overlap = DropFromFirstOverlap(oldCount);
         if (!overlap.empty()) {
             error = std::move(overlap);
         }
     }
-    if (!m_bFirstAddressKnown) {
+    if (!m_FirstAddressLoaded) {
         SetFirstAddressLoaded(firstAddress);
     }
     return error;
@@ -218,7 +209,7 @@ std::string CChipImageByteData::ReadHexRuns(CIntelHexReader& reader, unsigned in
                 stage.MoveRunTo(m_Ranges.emplace_back(), count);
             }
             stage.StartAt(address);
-        } else if (!stage.HasRoomFor(count)) {
+        } else if (count > stage.GetRoom()) {
             return FormatText("More than 16 MiB of contiguous data at address 0x%08X", address);
         }
         stage.KeepTail(count);
@@ -229,8 +220,8 @@ std::string CChipImageByteData::ReadHexRuns(CIntelHexReader& reader, unsigned in
     return error;
 }
 
-// All new ranges are checked in one go: a look at the occupied addresses mostly waits for memory,
-// and in a short loop these waits run side by side.
+// All new ranges are checked together: looking up addresses mostly waits for memory, and in a short
+// loop these waits overlap.
 std::string CChipImageByteData::DropFromFirstOverlap(size_t oldCount) {
     const auto occupied = std::make_unique<CAddressOccupancy>();
     for (size_t i = 0; i < m_Ranges.size(); ++i) {
@@ -274,19 +265,14 @@ std::string CChipImageByteData::LoadFromHCDFile(std::FILE* file, const char* fil
 
 std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjacent,
                                                unsigned int* launchAddress) {
-    // The data of one range gather here, so that no byte is copied again for each record.
+    // Collects the data of the last range, so that merging does not copy it for each record.
     std::vector<unsigned char> gathered;
-    unsigned int base = 0;
-    bool started = false;
+    const auto gatheredSize = [&] { return static_cast<unsigned int>(gathered.size()); };
     const auto closeRange = [&] {
-        if (!started) {
-            return;
+        if (!m_Ranges.empty()) {
+            m_Ranges.back().AssignData(gathered.data(), gatheredSize(), BYTE_BUFFER_OWNED);
+            gathered.clear();
         }
-        m_Ranges
-            .emplace_back(gathered.data(), static_cast<unsigned int>(gathered.size()),
-                          BYTE_BUFFER_OWNED)
-            .SetBaseAddress(base);
-        gathered.clear();
     };
 
     unsigned int address = 0;
@@ -299,11 +285,10 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
             *launchAddress = address;
             continue;
         }
-        const auto end = WrappingAdd(base, static_cast<unsigned int>(gathered.size()));
-        if (!started || !mergeAdjacent || address != end) {
+        if (m_Ranges.empty() || !mergeAdjacent ||
+            address != WrappingAdd(m_Ranges.back().GetBaseAddress(), gatheredSize())) {
             closeRange();
-            base = address;
-            started = true;
+            m_Ranges.emplace_back().SetBaseAddress(address);
         }
         gathered.insert(gathered.end(), data, data + size);
     }

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <deque>
+#include <optional>
 #include <string>
 
 #include "util/ByteBuffer.h"
@@ -9,20 +10,14 @@
 class CIntelHexReader;
 
 // One image to be written into the chip: address ranges in the order added, the launch address, the
-// first address loaded and three labels. All addresses are 32-bit and wrap. Operations that can
-// fail return an error text, empty on success; an image that failed to load keeps the ranges added
-// before the error. Copyable and movable; not synchronised.
+// first address loaded and three labels. Addresses are 32-bit and wrap. Operations that can fail
+// return an error text, empty on success; an image that failed to load keeps the ranges added
+// before the error. One thread at a time.
 class CChipImageByteData {
 public:
     // Labels: the kind of chunk ("FIRMWARE"), its description ("Firmware code"), where it came from
     // (the file name as given). Null counts as empty.
     CChipImageByteData(const char* sourceType, const char* name, const char* sourceId);
-
-    CChipImageByteData(const CChipImageByteData& other) = default;
-    CChipImageByteData& operator=(const CChipImageByteData& other) = default;
-    CChipImageByteData(CChipImageByteData&& other) noexcept = default;
-    CChipImageByteData& operator=(CChipImageByteData&& other) noexcept = default;
-    ~CChipImageByteData() = default;
 
     // Removes all ranges and both addresses; the labels stay.
     void Clear();
@@ -31,7 +26,7 @@ public:
     const char* GetName() const { return m_strName.c_str(); }
     const char* GetSourceId() const { return m_strSourceId.c_str(); }
 
-    // No index is checked by the Get functions.
+    // The Get functions do not check the index.
     unsigned int CountContiguousRanges() const {
         return static_cast<unsigned int>(m_Ranges.size());
     }
@@ -41,10 +36,10 @@ public:
         return m_Ranges[i].GetBaseAddress();
     }
     unsigned int GetRangeByteSize(unsigned int i) const { return m_Ranges[i].GetDataByteSize(); }
-    void AddRange(const CByteBuffer& range);
+    void AddRange(const CByteBuffer& range) { m_Ranges.push_back(range); }
     unsigned int GetTotalByteSize() const;
 
-    // Index of the first range in list order that holds the address, else -1.
+    // The index of the first range in list order that holds the address, else -1.
     int FindRangeWithThisAddress(unsigned int addr) const;
     // The byte at the address from the first range that holds it, else -1.
     int GetByteValueAtThisAddress(unsigned int addr) const;
@@ -52,12 +47,13 @@ public:
     // first such range in list order.
     bool Overlaps(unsigned int addr, unsigned int size, unsigned int* where) const;
 
-    // Accepted only inside a loaded range.
+    // False, and nothing changes, when the address is not in a loaded range.
     bool SetLaunchAddress(unsigned int addr);
     bool SetFirstAddressLoaded(unsigned int addr);
-    bool IsLaunchAddressKnown() const { return m_bLaunchAddressKnown; }
-    unsigned int GetLaunchAddress() const { return m_nLaunchAddress; }
-    unsigned int GetFirstAddressLoaded() const { return m_nFirstAddressLoaded; }  // 0 = not known
+    bool IsLaunchAddressKnown() const { return m_LaunchAddress.has_value(); }
+    // 0 while not known.
+    unsigned int GetLaunchAddress() const { return m_LaunchAddress.value_or(0); }
+    unsigned int GetFirstAddressLoaded() const { return m_FirstAddressLoaded.value_or(0); }
 
     std::string ModifyRangeByte(unsigned int rangeIndex, unsigned int offset, unsigned char value);
     std::string ModifySeveralBytes(unsigned int rangeIndex, unsigned int offset,
@@ -65,36 +61,34 @@ public:
 
     [[nodiscard]] std::string LoadFromHexFile(const char* fileName, bool clearFirst,
                                               bool allowOverlap);
-    // *launchAddress receives what the launch record said, inside a loaded range or not; 0 without
-    // such a record. It is written on success only.
+    // On success only, *launchAddress receives the address of the launch record, in a loaded range
+    // or not; 0 without such a record.
     [[nodiscard]] std::string LoadFromHCDFile(const char* fileName, unsigned int* launchAddress,
                                               bool mergeAdjacent);
     [[nodiscard]] std::string LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount);
 
-    // The same with a file that the caller has opened under this name; null stands for one that
-    // does not open. It is read from where it stands.
+    // The same from the current position of a file that the caller opened under this name; null
+    // means that it did not open.
     [[nodiscard]] std::string LoadFromHexFile(std::FILE* file, const char* fileName,
                                               bool clearFirst, bool allowOverlap);
     [[nodiscard]] std::string LoadFromHCDFile(std::FILE* file, const char* fileName,
                                               unsigned int* launchAddress, bool mergeAdjacent);
 
 private:
-    // The overlap rule over the first count ranges.
+    // Overlaps for the first count ranges.
     bool FirstRangesOverlap(size_t count, unsigned int addr, unsigned int size,
                             unsigned int* where) const;
     std::string ReadHexRuns(CIntelHexReader& reader, unsigned int* firstAddress);
-    // Of the ranges behind the first oldCount, removes the first that overlaps one in front of it
-    // and all that follow. The error text, empty when there is none.
+    // Of the ranges after the first oldCount, removes the first that overlaps an earlier one and
+    // all that follow. Returns the error text, empty when none overlaps.
     std::string DropFromFirstOverlap(size_t oldCount);
     std::string ReadHCDRecords(std::FILE* file, bool mergeAdjacent, unsigned int* launchAddress);
 
     std::string m_strSourceType;
     std::string m_strName;
     std::string m_strSourceId;
-    // A list that grows without moving what it holds: images may have very many ranges.
+    // Grows without moving its elements: images may have very many ranges.
     std::deque<CByteBuffer> m_Ranges;
-    unsigned int m_nFirstAddressLoaded = 0;
-    bool m_bFirstAddressKnown = false;
-    unsigned int m_nLaunchAddress = 0;
-    bool m_bLaunchAddressKnown = false;
+    std::optional<unsigned int> m_FirstAddressLoaded;
+    std::optional<unsigned int> m_LaunchAddress;
 };

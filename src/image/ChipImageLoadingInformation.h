@@ -10,29 +10,29 @@
 class CChipDownloader;
 class CCommunicationParameters;
 
-// What is to be loaded and how: the request, the user's overrides, and, once prepared, the images
-// in the order in which they are kept (minidriver, configuration, firmware, supplied). All
-// parameters come from rule set 0 of the request.
+// Says what is to be loaded and how: the request, the user's overrides, and, once prepared, the
+// images (minidriver, configuration, firmware, supplied, in this order). All parameters come from
+// rule set 0 of the request.
 //
 // Operations that can fail return an error text, empty on success. Copies share the custom download
-// assistant. Not synchronised: prepared before the download thread starts, only read after that.
+// assistant. No locks: prepared before the download thread starts, only read after that.
 class CChipImageLoadingInformation {
 public:
-    // What FindNextDataChunk answers when there is no such chunk.
+    // The result of FindNextDataChunk when there is no such chunk.
     static constexpr unsigned int NO_CHUNK = 0xFFFFFFFFU;
 
     // vnpFileName may be null. emptyLoadAllowed: preparing without any data file is no error.
     CChipImageLoadingInformation(const CChipDownloadDescriptor& descriptor, bool emptyLoadAllowed,
                                  const char* vnpFileName);
 
-    // Driven by the rules of a VNP file, with file names that override its own. Any text may be
-    // null; suppliedImages are ready-made images that are loaded after the files (may be null).
+    // Takes the files from the rules of a VNP file; file arguments override these. Any text may be
+    // null. suppliedImages, which may be null, are loaded after the files.
     CChipImageLoadingInformation(const char* vnpFileName, const CCommunicationParameters& params,
                                  const char* firmwareFile, const char* configFile,
                                  const char* minidriverFile, const char* minidriversDirectory,
                                  const std::vector<CChipImageByteData>* suppliedImages);
 
-    // The three files loaded in Vintor mode; any of them may be null.
+    // Loads the three files in Vintor mode; any of them may be null.
     CChipImageLoadingInformation(const char* minidriverFile, const char* configFile,
                                  const char* firmwareFile);
 
@@ -55,10 +55,10 @@ public:
     int GetNeedToVerify() const { return m_nNeedToVerify; }
     int GetNeedToCheckCRC() const { return m_nNeedToCheckCRC; }
 
-    // Outside Vintor mode, names the procedure that downloads; the configuration files are then its
-    // input. Called before PrepareToLoad.
+    // Names the procedure that downloads outside Vintor mode, with the configuration files as its
+    // input. Call it before PrepareToLoad.
     void SetCustomDownloadType(std::string type) { m_strCustomDownloadType = std::move(type); }
-    // Who makes the assistant for that type; without a maker, no type is recognized.
+    // Makes the assistant for that type. Without a maker, no type is recognized.
     void SetCustomDownloadAssistantMaker(CustomDownloadAssistantMaker maker) {
         m_pMakeCustomDownloader = maker;
     }
@@ -66,8 +66,8 @@ public:
     const char* GetCustomDLTypeIfSpecified() const { return TextOrNull(m_strCustomDownloadType); }
     const char* GetVnpFileNameIfSpecified() const { return TextOrNull(m_strVnpFileName); }
 
-    // Where the loaded code starts: what the launch record of the last HCD configuration file said,
-    // inside a loaded range or not; 0 without one.
+    // Where the loaded code starts: the address of the launch record of the last HCD configuration
+    // file, in a loaded range or not; 0 without one.
     unsigned int GetLaunchAddress() const { return m_nLaunchAddress; }
     CCustomDownloadAssistant* GetCustomDownloader() const { return m_CustomDownloader.Get(); }
     CChipDownloadDescriptor& GetDescriptor() { return m_Descriptor; }
@@ -82,13 +82,13 @@ public:
     const CChipImageByteData& GetChunk(unsigned int index) const { return m_Chunks[index]; }
     void AddChunk(CChipImageByteData chunk) { m_Chunks.push_back(std::move(chunk)); }
 
-    // The first chunk at or after start whose name and source type are the given ones, whatever
-    // their case; null matches everything.
+    // The index of the first chunk at or after start with this name and source type, compared
+    // without regard to case; null matches everything.
     unsigned int FindNextDataChunk(const char* name, const char* sourceType,
                                    unsigned int start) const;
 
-    // "EEPROM", "FLASH", "RAM" or "???" from the rules, "" without rules. A rule set has to say it:
-    // when it does not, the answer is "" and *error (may be null) names the missing parameter.
+    // "EEPROM", "FLASH", "RAM" or "???" from the rules, "" without rules. When rules lack the
+    // parameter, the result is "" and *error, which may be null, names it.
     std::string GetVintorMemoryType(std::string* error = nullptr) const;
 
     // Reads a configuration text into the image.

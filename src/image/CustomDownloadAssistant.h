@@ -7,27 +7,26 @@
 class CChipDownloader;
 class CChipImageLoadingInformation;
 
-// A download procedure for one family of chips that the standard sequence does not serve. The
-// loading information makes it, prepares it while loading and shares it by reference count with its
-// copies.
+// Downloads to a family of chips that the standard sequence does not serve. The loading information
+// has it made and prepared, and shares it with its copies by reference count.
 //
 // DownloadPrepare runs on the thread that prepares the download, ExecuteDownload on the download
-// thread; the reference count may be changed from any thread.
+// thread; any thread may change the reference count.
 class CCustomDownloadAssistant {
 public:
-    // The loading information that images are added to; not owned.
+    // Images are added to the owner, which outlives the assistant's use.
     explicit CCustomDownloadAssistant(CChipImageLoadingInformation* owner) : m_pOwner(owner) {}
     CCustomDownloadAssistant(const CCustomDownloadAssistant&) = delete;
     CCustomDownloadAssistant& operator=(const CCustomDownloadAssistant&) = delete;
     virtual ~CCustomDownloadAssistant() = default;
 
-    // Loads the images and settles the chip's mode. Returns an error text, empty on success.
-    virtual std::string DownloadPrepare(CChipDownloader* downloader) = 0;
+    // Loads the images and sets the chip's mode. Returns an error text, empty on success.
+    [[nodiscard]] virtual std::string DownloadPrepare(CChipDownloader* downloader) = 0;
 
     // Always 0: the outcome is the downloader's state and error.
     virtual unsigned int ExecuteDownload(CChipDownloader* downloader) = 0;
 
-    // Both return the new count; whoever sees 0 deletes the object.
+    // Both return the new count. The caller that gets 0 deletes the object.
     unsigned int IncRefCount() { return ++m_nRefCount; }
     unsigned int DecRefCount() { return --m_nRefCount; }
 
@@ -39,20 +38,18 @@ private:
     std::atomic<unsigned int> m_nRefCount = 1;
 };
 
-// One reference to an assistant, counted; empty when there is none.
+// Holds one counted reference to an assistant, or none.
 class CCustomDownloadAssistantRef {
 public:
     CCustomDownloadAssistantRef() = default;
-    // Takes over the reference that a new assistant is born with.
-    explicit CCustomDownloadAssistantRef(CCustomDownloadAssistant* born) : m_pAssistant(born) {}
+    // Takes over the reference that a new assistant starts with.
+    explicit CCustomDownloadAssistantRef(CCustomDownloadAssistant* made) : m_pAssistant(made) {}
     CCustomDownloadAssistantRef(const CCustomDownloadAssistantRef& other)
         : m_pAssistant(other.m_pAssistant) {
         if (m_pAssistant != nullptr) {
             m_pAssistant->IncRefCount();
         }
     }
-    CCustomDownloadAssistantRef(CCustomDownloadAssistantRef&& other) noexcept
-        : m_pAssistant(std::exchange(other.m_pAssistant, nullptr)) {}
     CCustomDownloadAssistantRef& operator=(CCustomDownloadAssistantRef other) noexcept {
         std::swap(m_pAssistant, other.m_pAssistant);
         return *this;

@@ -7,29 +7,25 @@
 
 namespace {
 
-// A run of this size hands its block over to the range; a shorter one is copied, for a new block
-// would cost more and hold more than it needs.
+// A run of this size hands its block over to the range. A shorter one is copied: a new block would
+// cost more time and memory.
 constexpr unsigned int SIZE_TO_HAND_OVER = CHexRunStage::CAPACITY / 4;
 
 constexpr std::size_t BLOCK_SIZE = std::size_t{CHexRunStage::CAPACITY} + HEX_MAX_DATA_SIZE;
 constexpr std::size_t HUGE_PAGE_SIZE = std::size_t{2} * 1024 * 1024;
 
-// A long run spends most of its time in page faults unless the pages are large. The first of them
-// stay small, so that a small image costs no more than it needs.
-void AskForLargePages(unsigned char* block) {
+// Not cleared: pages that no run reaches never take memory.
+std::unique_ptr<unsigned char[]> MakeBlock() {
+    auto block = std::make_unique_for_overwrite<unsigned char[]>(BLOCK_SIZE);
 #if defined(MADV_HUGEPAGE)
-    void* start = block + HUGE_PAGE_SIZE;
+    // Without large pages a long run spends most of its time in page faults. The first 2 MiB keep
+    // small pages, so that a small image takes little memory.
+    void* start = block.get() + HUGE_PAGE_SIZE;
     std::size_t size = BLOCK_SIZE - HUGE_PAGE_SIZE;
     if (std::align(HUGE_PAGE_SIZE, HUGE_PAGE_SIZE, start, size) != nullptr) {
         ::madvise(start, size / HUGE_PAGE_SIZE * HUGE_PAGE_SIZE, MADV_HUGEPAGE);
     }
 #endif
-}
-
-// The block is not cleared: pages that no run reaches are never touched.
-std::unique_ptr<unsigned char[]> MakeBlock() {
-    auto block = std::make_unique_for_overwrite<unsigned char[]>(BLOCK_SIZE);
-    AskForLargePages(block.get());
     return block;
 }
 

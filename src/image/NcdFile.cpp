@@ -17,7 +17,7 @@ bool ReadNextNCDRecord(std::FILE* file, bool /*flag*/, unsigned int* recordSize,
                        unsigned char* record, bool* endsPatchSet, std::string* error) {
     error->clear();
     if (std::fread(record, 1, HEADER_SIZE, file) != HEADER_SIZE) {
-        // A file that ends inside a header ends the records; one that cannot be read does not.
+        // Ending inside a header is a normal end of the file; failing to read is not.
         if (std::ferror(file) != 0) {
             *error = std::string("Failed to read NCD data: ") + std::strerror(errno);
         }
@@ -27,8 +27,7 @@ bool ReadNextNCDRecord(std::FILE* file, bool /*flag*/, unsigned int* recordSize,
         *error = FormatText("Unexpected PID value 0x%02X in NCD record", record[0]);
         return false;
     }
-    // A length of 0 leaves no room for the type byte, which has been read all the same: the record
-    // is short of -1 bytes.
+    // A length of 0 has no room for the type byte that was just read: -1 bytes remain.
     const int rest = record[3] - 1;
     if (rest < 0 || std::fread(record + HEADER_SIZE, 1, static_cast<size_t>(rest), file) !=
                         static_cast<size_t>(rest)) {

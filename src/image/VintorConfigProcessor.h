@@ -8,25 +8,25 @@ class CDownloadRulesSet;
 // The format of a configuration section, for CVintorConfigProcessor.
 inline constexpr int VINTOR_CONFIG_FORMAT = 1;
 
-// Turns a configuration text into the chip's configuration section. The encoder does not exist yet,
-// so both operations return an error text. One thread at a time.
+// Would turn a configuration text into the chip's configuration section. The encoder does not
+// exist, so every operation returns an error text and leaves the image alone, and nothing is read
+// from the arguments.
 class CVintorConfigProcessor {
 public:
-    // rules may be null; the caller owns it. The encoder that does not exist takes the other
-    // arguments.
-    CVintorConfigProcessor(const CDownloadRulesSet* rules, int /*reserved*/, int /*format*/,
-                           bool /*withLabels*/, bool /*withNames*/)
-        : m_pRules(rules) {}
+    CVintorConfigProcessor(const CDownloadRulesSet* /*rules*/, int /*reserved*/, int /*format*/,
+                           bool /*withLabels*/, bool /*withNames*/) {}
 
-    // Would add the entries of a configuration text. Leaves the image alone.
-    [[nodiscard]] std::string ProcessDynamicSectionData(const char* fileName,
-                                                        CChipImageByteData& image,
-                                                        const char* definitionsDirectory) const;
+    // Would add the entries of a configuration text.
+    [[nodiscard]] std::string ProcessDynamicSectionData(
+        const char* /*fileName*/, CChipImageByteData& /*image*/,
+        const char* /*definitionsDirectory*/) const {
+        return "NOT_IMPLEMENTED_CGS_TO_BINARY_CONVERSION";
+    }
 
-    // Would add the fixed section that the rules describe, after the dynamic one.
-    [[nodiscard]] std::string ProcessStaticSectionData(CChipImageByteData& image,
-                                                       const char* labels, const char* name) const;
-
-private:
-    const CDownloadRulesSet* m_pRules;
+    // Would add the section that the rules describe, after the dynamic one.
+    [[nodiscard]] std::string ProcessStaticSectionData(CChipImageByteData& /*image*/,
+                                                       const char* /*labels*/,
+                                                       const char* /*name*/) const {
+        return "CVintorConfigProcessor::ProcessStaticSectionData : no encoder for the section.";
+    }
 };
