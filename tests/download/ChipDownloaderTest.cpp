@@ -12,31 +12,25 @@
 
 namespace {
 
-TEST(ChipDownloader, LogsWhatIsNotThere) {
+TEST(ChipDownloader, HasNothingToDoOutsideVintorMode) {
     CDownloadRequest request;
     request.m_bVintorMode = false;
     request.m_bLog = true;
     CDownloadSetup setup(request);
+    EXPECT_EQ(setup.Downloader().CancelDownload(0), "Not running!");
     ASSERT_EQ(setup.Prepare(), "");
-    EXPECT_THAT(
-        setup.LogText(),
-        testing::MatchesRegex(
-            ".{12}  Will be downloading 0 bytes of code and 0 bytes of data without a minidriver\n"
-            ".{12}  No VNP file specified\n"));
+    EXPECT_THAT(setup.LogText(),
+                testing::MatchesRegex(".{12}  Will be downloading 0 bytes of code and 0 bytes of "
+                                      "data without a minidriver\n.{12}  No VNP file specified\n"));
+    EXPECT_EQ(setup.Downloader().VintorDownloadFinalPreparations(),
+              "CChipDownloader::PrepareForVintorDownload ERROR: NOT VINTOR MODE");
 }
 
-TEST(ChipDownloader, ACancelNeedsNoPatience) {
-    const CFakeClock clock;
-    CDownloadRequest reserved;
-    reserved.m_bVintorMode = false;
-    CDownloadSetup setup(reserved);
-    CChipDownloader& downloader = setup.Downloader();
-    EXPECT_EQ(downloader.CancelDownload(1000), "Not running!");
-    ASSERT_EQ(setup.Prepare(), "");
-    EXPECT_EQ(downloader.CancelDownload(1000), "");
-    EXPECT_FALSE(downloader.IsRunning());
-    EXPECT_EQ(setup.State(), DOWNLOAD_CANCELED);
-    EXPECT_EQ(clock.GetSleepCount(), 0U);
+TEST(ChipDownloader, HasAPrefixForAUARTOnly) {
+    CDownloadSetup setup({});
+    EXPECT_EQ(setup.Downloader().UARTTransmitPrefix()->GetDataBuffer()[0], 0x01);
+    CFakeChip chip(" PORT=/dev/spi0\n");
+    EXPECT_EQ(CChipDownloader(setup.Info(), &chip).UARTTransmitPrefix(), nullptr);
 }
 
 // Runs for ever: a record size of 256 makes no progress.
