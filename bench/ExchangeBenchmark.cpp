@@ -55,7 +55,6 @@ private:
     static CHIP_SETTINGS Settings(unsigned int baud) {
         CHIP_SETTINGS settings;
         settings.baud = baud;
-        settings.keepsLog = false;
         return settings;
     }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-// What a packet asks of the chip. Every packet received whole is of exactly one kind.
+// What a packet asks of the chip. Each whole packet is of exactly one kind.
 enum ChipCommandKinds : unsigned char {
     CHIP_RESET,       // HCI Reset
     CHIP_MINIDRIVER,  // Download Minidriver
@@ -18,33 +18,38 @@ enum ChipCommandKinds : unsigned char {
     CHIP_PATCH,       // NCI patch record
     CHIP_SIGNATURE,   // NCI signature record, the last of a patch set
     CHIP_SECURE,      // NCI set secure mode
-    CHIP_RESET_NTF,   // NCI reset notification: not asked for but sent by the chip itself
+    CHIP_RESET_NTF,   // NCI reset notification, which the chip sends unasked
     CHIP_OTHER,       // anything the chip does not know
 };
 inline constexpr unsigned int CHIP_COMMAND_KIND_COUNT = 12;
 
-// One command the chip has seen, or one notification that it has sent by itself.
+// A command that the chip has received, or a notification that it has sent unasked.
 struct CHIP_COMMAND {
     ChipCommandKinds kind = CHIP_OTHER;
     std::uint32_t address = 0;          // 0 when the command has none
-    std::uint32_t length = 0;           // bytes written, read, summed, or of parameters or record
+    std::uint32_t length = 0;           // of the data written, read or summed, else of the payload
     unsigned int segments = 1;          // packets in which a record came
-    unsigned char status = 0;           // what the chip made of it, before any fault
-    std::vector<unsigned char> packet;  // as on the line; of a record its last segment
-    std::vector<std::string> faults;    // the rules that spoilt the reply, as written
+    unsigned char status = 0;           // the chip's own, before any fault
+    std::vector<unsigned char> packet;  // as on the line; a record's segments put together
+    std::vector<std::string> faults;    // the rules that changed the reply, as written
+
+    // Whether the packet is a record that the chip has taken.
+    bool IsLoadedRecord() const {
+        return (kind == CHIP_PATCH || kind == CHIP_SIGNATURE) && status == 0;
+    }
 };
 
-// One stretch of a reply that goes out without a pause.
+// A part of a reply that is sent without a pause.
 struct CHIP_REPLY_PIECE {
     unsigned int delayMs = 0;  // silence before the bytes
     std::vector<unsigned char> bytes;
 };
 
-// What the chip sends for one cause. A reply that has begun is finished before the next one starts.
+// What the chip sends for one command. Once begun, a reply is finished before the next one starts.
 struct CHIP_REPLY {
     std::vector<CHIP_REPLY_PIECE> pieces;
-    bool hangsUp = false;          // the port goes away behind it
-    unsigned int readPauseMs = 0;  // the chip then takes no bytes for so long
+    bool hangsUp = false;          // the port hangs up after it
+    unsigned int readPauseMs = 0;  // the chip then reads no bytes for so long
 };
 
 // The kind's word on the command line, such as "write".

@@ -23,12 +23,7 @@ struct CHIP_SETTINGS {
     bool sendsResetNtf = false;
     unsigned int resetNtfDelayMs = 100;
 
-    // What goes wrong, and the seed of all that is left to chance in it.
+    // What goes wrong, and the seed of everything random in it.
     std::vector<FAULT_RULE> faults;
     unsigned int seed = 1;
-
-    // Whether the commands and the bytes received are kept to be asked for. They grow for as long
-    // as the chip runs, so a port that stays for days does without.
-    bool keepsLog = true;
-    bool keepsRecords = true;  // likewise for the NCI records
 };

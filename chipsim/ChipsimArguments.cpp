@@ -1,6 +1,10 @@
 #include "chipsim/ChipsimArguments.h"
 
-#include <cstdint>
+#include <getopt.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
 #include <limits>
 #include <string_view>
 
@@ -8,147 +12,168 @@
 
 namespace {
 
-constexpr unsigned int HIGHEST_BAUD = 100'000'000;
-constexpr unsigned int LONGEST_DELAY_MS = 600'000;
-constexpr unsigned int MOST_MARKERS = 1000;
+namespace fs = std::filesystem;
 
 using ARGUMENTS = CHIPSIM_ARGUMENTS;
 
-bool SetBaud(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    return ReadArgumentNumber(value, HIGHEST_BAUD, arguments.settings.baud);
-}
-
-bool SetDump(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    arguments.dumpFile = value;
-    return !value.empty();
-}
-
-bool SetRecords(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    arguments.recordsFile = value;
-    return !value.empty();
-}
-
-bool SetLink(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    arguments.linkPath = value;
-    return !value.empty();
-}
-
-bool SetRam(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    constexpr unsigned int LAST = std::numeric_limits<std::uint32_t>::max();
-    CHIP_SETTINGS& settings = arguments.settings;
-    const std::size_t dash = value.find('-');
-    return dash != std::string::npos &&
-           ReadArgumentNumber(std::string_view(value).substr(0, dash), LAST, settings.ramFirst) &&
-           ReadArgumentNumber(std::string_view(value).substr(dash + 1), LAST, settings.ramLast) &&
-           settings.ramFirst <= settings.ramLast;
-}
-
-bool SetEraseTime(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    return ReadArgumentNumber(value, LONGEST_DELAY_MS, arguments.settings.eraseTimeMs);
-}
-
-bool SetEraseMarkers(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    return ReadArgumentNumber(value, MOST_MARKERS, arguments.settings.eraseMarkers);
-}
-
-bool SetResetNtf(ARGUMENTS& arguments, const std::string&, std::string&) {
-    return arguments.settings.sendsResetNtf = true;
-}
-
-bool SetResetNtfDelay(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    arguments.settings.sendsResetNtf = true;
-    return ReadArgumentNumber(value, LONGEST_DELAY_MS, arguments.settings.resetNtfDelayMs);
-}
-
-bool AddFault(ARGUMENTS& arguments, const std::string& value, std::string& error) {
-    FAULT_RULE rule;
-    error = ParseFaultRule(value, rule);
-    arguments.settings.faults.push_back(std::move(rule));
-    return error.empty();
-}
-
-bool AddFaultFile(ARGUMENTS& arguments, const std::string& value, std::string& error) {
-    error = ReadFaultFile(value, arguments.settings.faults);
-    return error.empty();
-}
-
-bool SetSeed(ARGUMENTS& arguments, const std::string& value, std::string&) {
-    arguments.hasSeed = true;
-    return ReadArgumentNumber(value, std::numeric_limits<unsigned int>::max(),
-                              arguments.settings.seed);
-}
-
-bool SetTrace(ARGUMENTS& arguments, const std::string&, std::string&) {
-    return arguments.trace = true;
-}
-bool SetHelp(ARGUMENTS& arguments, const std::string&, std::string&) {
-    return arguments.showHelp = true;
-}
-bool SetVersion(ARGUMENTS& arguments, const std::string&, std::string&) {
-    return arguments.showVersion = true;
-}
-
 struct OPTION {
     const char* name;
-    const char* wants;  // what its value is to be; null when it takes none
-    bool (*set)(ARGUMENTS&, const std::string& value, std::string& error);
+    const char* wants;  // what its value must be; null when it takes none
+    // The error text, empty on success.
+    std::string (*set)(const OPTION& option, const std::string& value, ARGUMENTS& arguments);
 };
 
-constexpr OPTION OPTIONS[] = {
-    {"--baud", "a number of bits per second", SetBaud},
-    {"--dump", "a file name", SetDump},
-    {"--dump-records", "a file name", SetRecords},
-    {"--link", "a path", SetLink},
-    {"--ram", "two addresses, FIRST-LAST", SetRam},
-    {"--erase-time", "milliseconds, at most 600000", SetEraseTime},
-    {"--erase-markers", "a number, at most 1000", SetEraseMarkers},
-    {"--reset-ntf", nullptr, SetResetNtf},
-    {"--reset-ntf-delay", "milliseconds, at most 600000", SetResetNtfDelay},
-    {"--fault", "KIND:WHEN:FAULT", AddFault},
-    {"--faults", "a file name", AddFaultFile},
-    {"--seed", "a number", SetSeed},
-    {"--trace", nullptr, SetTrace},
-    {"--help", nullptr, SetHelp},
-    {"-h", nullptr, SetHelp},
-    {"--version", nullptr, SetVersion},
-};
-
-const OPTION* FindOption(std::string_view name) {
-    for (const OPTION& option : OPTIONS) {
-        if (name == option.name) {
-            return &option;
-        }
-    }
-    return nullptr;
+std::string Needs(const OPTION& option, const std::string& instead = {}) {
+    return std::string("option '--") + option.name + "' needs " + option.wants + instead;
 }
 
-// One option with its value, in one word or two; next is the first word not used.
-std::string TakeOption(const std::vector<std::string>& words, std::size_t& next,
-                       ARGUMENTS& arguments) {
-    const std::string& word = words[next++];
-    const std::size_t equals = word.find('=');
-    const std::string name = word.substr(0, equals);
-    const OPTION* option = FindOption(name);
-    if (option == nullptr) {
-        return "unknown option '" + name + "'";
+std::string Check(bool isGood, const OPTION& option, const std::string& value) {
+    return isGood ? std::string() : Needs(option, ", not '" + value + "'");
+}
+
+template <unsigned int CHIP_SETTINGS::*FIELD, unsigned int MOST>
+std::string SetNumber(const OPTION& option, const std::string& value, ARGUMENTS& arguments) {
+    return Check(ReadArgumentNumber(value, MOST, arguments.settings.*FIELD), option, value);
+}
+
+template <std::string ARGUMENTS::*FIELD>
+std::string SetName(const OPTION& option, const std::string& value, ARGUMENTS& arguments) {
+    arguments.*FIELD = value;
+    return Check(!value.empty(), option, value);
+}
+
+template <bool ARGUMENTS::*FIELD>
+std::string SetFlag(const OPTION&, const std::string&, ARGUMENTS& arguments) {
+    arguments.*FIELD = true;
+    return {};
+}
+
+constexpr unsigned int LARGEST = std::numeric_limits<unsigned int>::max();
+constexpr unsigned int LONGEST_MS = 600'000;
+
+std::string SetRam(const OPTION& option, const std::string& value, ARGUMENTS& arguments) {
+    CHIP_SETTINGS& settings = arguments.settings;
+    const std::string_view text = value;
+    const std::size_t dash = std::min(text.find('-'), text.size());
+    const bool isRange = dash < text.size() &&
+                         ReadArgumentNumber(text.substr(0, dash), LARGEST, settings.ramFirst) &&
+                         ReadArgumentNumber(text.substr(dash + 1), LARGEST, settings.ramLast) &&
+                         settings.ramFirst <= settings.ramLast;
+    return Check(isRange, option, value);
+}
+
+std::string SetResetNtf(const OPTION&, const std::string&, ARGUMENTS& arguments) {
+    arguments.settings.sendsResetNtf = true;
+    return {};
+}
+
+std::string SetResetNtfDelay(const OPTION& option, const std::string& value, ARGUMENTS& arguments) {
+    arguments.settings.sendsResetNtf = true;
+    return SetNumber<&CHIP_SETTINGS::resetNtfDelayMs, LONGEST_MS>(option, value, arguments);
+}
+
+std::string AddFault(const OPTION&, const std::string& value, ARGUMENTS& arguments) {
+    return ParseFaultRule(value, arguments.settings.faults.emplace_back());
+}
+
+std::string AddFaultFile(const OPTION&, const std::string& value, ARGUMENTS& arguments) {
+    arguments.faultFiles.push_back(value);
+    return ReadFaultFile(value, arguments.settings.faults);
+}
+
+constexpr OPTION OPTIONS[] = {
+    {"link", "a path", SetName<&ARGUMENTS::linkPath>},
+    {"baud", "a number of bits per second", SetNumber<&CHIP_SETTINGS::baud, 100'000'000>},
+    {"ram", "two addresses, FIRST-LAST", SetRam},
+    {"erase-time", "milliseconds, at most 600000",
+     SetNumber<&CHIP_SETTINGS::eraseTimeMs, LONGEST_MS>},
+    {"erase-markers", "a number, at most 1000", SetNumber<&CHIP_SETTINGS::eraseMarkers, 1000>},
+    {"dump", "a file name", SetName<&ARGUMENTS::dumpFile>},
+    {"dump-records", "a file name", SetName<&ARGUMENTS::recordsFile>},
+    {"reset-ntf", nullptr, SetResetNtf},
+    {"reset-ntf-delay", "milliseconds, at most 600000", SetResetNtfDelay},
+    {"trace", nullptr, SetFlag<&ARGUMENTS::trace>},
+    {"fault", "KIND:WHEN:FAULT", AddFault},
+    {"faults", "a file name", AddFaultFile},
+    {"seed", "a number", SetNumber<&CHIP_SETTINGS::seed, LARGEST>},
+    {"help", nullptr, SetFlag<&ARGUMENTS::showHelp>},
+    {"version", nullptr, SetFlag<&ARGUMENTS::showVersion>},
+};
+
+// What getopt_long returns for the first row; no character has such a value.
+constexpr int FIRST_VALUE = 256;
+
+const OPTION* FindOption(int value) {
+    return value < FIRST_VALUE ? nullptr : &OPTIONS[value - FIRST_VALUE];
+}
+
+std::array<option, std::size(OPTIONS) + 1> LongOptions() {
+    std::array<option, std::size(OPTIONS) + 1> options{};
+    for (std::size_t i = 0; i < std::size(OPTIONS); ++i) {
+        options[i] = {OPTIONS[i].name,
+                      OPTIONS[i].wants == nullptr ? no_argument : required_argument, nullptr,
+                      FIRST_VALUE + static_cast<int>(i)};
     }
-    std::string value;
-    if (option->wants == nullptr) {
-        if (equals != std::string::npos) {
-            return "option '" + name + "' takes no value";
+    return options;
+}
+
+// What stands where getopt_long found no option.
+std::string UnknownOption(char** argv) {
+    const std::string_view word = argv[optind - 1];
+    const bool isLong = optopt == 0;
+    return "unknown or ambiguous option '" +
+           (isLong ? std::string(word.substr(0, word.find('=')))
+                   : std::string{'-', static_cast<char>(optopt)}) +
+           "'";
+}
+
+// Applies what getopt_long has found.
+std::string TakeOption(int found, char** argv, ARGUMENTS& arguments) {
+    if (found == 'h') {
+        arguments.showHelp = true;
+        return {};
+    }
+    if (found == '?' || found == ':') {
+        const OPTION* const row = FindOption(optopt);
+        if (row == nullptr) {
+            return UnknownOption(argv);
         }
-    } else if (equals != std::string::npos) {
-        value = word.substr(equals + 1);
-    } else if (next < words.size()) {
-        value = words[next++];
-    } else {
-        return "option '" + name + "' needs " + option->wants;
+        return found == ':' ? Needs(*row)
+                            : std::string("option '--") + row->name + "' takes no value";
     }
-    std::string error;
-    if (!option->set(arguments, value, error) && error.empty()) {
-        return "option '" + name + "' needs " + option->wants + ", not '" + value + "'";
+    const OPTION& row = *FindOption(found);
+    return row.set(row, optarg == nullptr ? "" : optarg, arguments);
+}
+
+// Whether writing to one name would overwrite what the other one names. A device or a pipe may have
+// both names.
+bool IsSameFile(const fs::path& one, const fs::path& other) {
+    std::error_code code;
+    if (fs::exists(one, code) && !fs::is_regular_file(one, code)) {
+        return false;
     }
-    return error;
+    return fs::equivalent(one, other, code) ||
+           fs::weakly_canonical(fs::absolute(one, code), code) ==
+               fs::weakly_canonical(fs::absolute(other, code), code);
+}
+
+std::string CheckOutputs(const ARGUMENTS& arguments) {
+    std::vector<std::string> others = arguments.faultFiles;
+    const std::pair<const char*, const std::string&> outputs[] = {
+        {"dump", arguments.dumpFile}, {"dump-records", arguments.recordsFile}};
+    for (const auto& [name, file] : outputs) {
+        if (file.empty()) {
+            continue;
+        }
+        for (const std::string& other : others) {
+            if (IsSameFile(file, other)) {
+                return std::string("option '--") + name + "' needs a file of its own, not '" +
+                       file + "'";
+            }
+        }
+        others.push_back(file);
+    }
+    return {};
 }
 
 std::string CheckTogether(const ARGUMENTS& arguments) {
@@ -158,24 +183,23 @@ std::string CheckTogether(const ARGUMENTS& arguments) {
     if (!arguments.linkPath.empty() && !arguments.command.empty()) {
         return "--link and a command exclude each other";
     }
-    return {};
+    return CheckOutputs(arguments);
 }
 
 }  // namespace
 
-std::string ParseChipsimArguments(const std::vector<std::string>& words, ARGUMENTS& arguments) {
-    std::size_t next = 0;
-    while (next < words.size() && words[next].starts_with('-')) {
-        if (words[next] == "--") {
-            ++next;
-            break;
-        }
-        std::string error = TakeOption(words, next, arguments);
+std::string ParseChipsimArguments(int argc, char** argv, ARGUMENTS& arguments) {
+    const auto longOptions = LongOptions();
+    optind = 0;  // starts anew, also after an earlier call
+    opterr = 0;
+    int found = 0;
+    while ((found = ::getopt_long(argc, argv, "+:h", longOptions.data(), nullptr)) != -1) {
+        std::string error = TakeOption(found, argv, arguments);
         if (!error.empty() || arguments.showHelp || arguments.showVersion) {
             return error;
         }
     }
-    arguments.command.assign(words.begin() + static_cast<std::ptrdiff_t>(next), words.end());
+    arguments.command.assign(argv + optind, argv + argc);
     return CheckTogether(arguments);
 }
 
@@ -197,24 +221,27 @@ PATH a name for the port and serves it until SIGINT or SIGTERM.
       --erase-time MS      how long a chip erase takes (200)
       --erase-markers N    progress markers sent during a chip erase (2)
       --dump FILE          at the end, write the chip's memory as Intel HEX
-      --dump-records FILE  at the end, write the NCI records that arrived
+      --dump-records FILE  write the NCI records as they arrive
       --reset-ntf          send the NCI reset notification after a signature
       --reset-ntf-delay MS
                            how long after it (100); implies --reset-ntf
       --trace              print each command on standard error
       --fault KIND:WHEN:FAULT
-                           spoil replies; may be given several times. KIND is
-                           reset, minidriver, write, read, launch, crc, erase,
-                           patch, signature, secure, resetntf, other or any;
+                           inject a fault into replies; may be given several
+                           times. KIND is reset, minidriver, write, read,
+                           launch, crc, erase, patch, signature, secure,
+                           resetntf, other or any;
                            WHEN is N, N-M, N+, N% or every; FAULT is drop,
                            late=MS, pieces=N,MS, twice, flip=BIT, event=N,
                            noise-before=N, noise-after=N, status=N, cut=N,
                            silence, flood=N, hangup=N, slow=MS, baddata=N or
                            badcrc
       --faults FILE        take faults from a file, one on a line
-      --seed N             seed of what is left to chance in faults
-  -h, --help               show this help and end
-      --version            show the version and end
+      --seed N             seed of everything random in faults
+  -h, --help               show this help and exit
+      --version            show the version and exit
+
+Names of options may be shortened while they stay unambiguous.
 
 Exit status: that of COMMAND, 128 + N when signal N killed it; 0 after --link;
 1 when chipsim itself fails, 2 for wrong usage, 126 or 127 when COMMAND cannot

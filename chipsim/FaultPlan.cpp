@@ -10,9 +10,9 @@ namespace {
 using BYTES = std::vector<unsigned char>;
 
 constexpr unsigned int MILLION = 1'000'000;
-constexpr std::size_t RETURN_PARAMETERS = 7;  // where they start in a Command Complete event
+constexpr std::size_t RETURN_PARAMETERS = 7;  // their offset in a Command Complete event
 
-// Packets that a chip may send at any time: HCI Command Status for no command at all, and NCI
+// Packets that a chip may send at any time: HCI Command Status for no command, and NCI
 // CORE_GENERIC_ERROR_NTF.
 const BYTES HCI_EVENT = {0x04, 0x0F, 0x04, 0x00, 0x01, 0x00, 0x00};
 const BYTES NCI_NOTIFICATION = {0x10, 0x60, 0x07, 0x01, 0x00};
@@ -32,7 +32,7 @@ void PutBefore(CHIP_REPLY& reply, const BYTES& bytes) {
     first.insert(first.begin(), bytes.begin(), bytes.end());
 }
 
-void PutBehind(CHIP_REPLY& reply, const BYTES& bytes) {
+void PutAfter(CHIP_REPLY& reply, const BYTES& bytes) {
     BYTES& last = reply.pieces.back().bytes;
     last.insert(last.end(), bytes.begin(), bytes.end());
 }
@@ -66,12 +66,12 @@ CFaultPlan::CFaultPlan(std::vector<FAULT_RULE> rules, unsigned int seed) : m_Ran
 
 void CFaultPlan::Apply(CHIP_COMMAND& command, CHIP_REPLY& reply) {
     for (COUNTED_RULE& counted : m_Rules) {
-        if (!Strikes(counted, command.kind)) {
+        if (!Applies(counted, command.kind)) {
             continue;
         }
         command.faults.push_back(counted.rule.text);
         if (!reply.pieces.empty() || counted.rule.fault == FAULT_SLOW) {
-            Spoil(counted.rule, command, reply);
+            ChangeReply(counted.rule, command, reply);
         }
     }
     if (m_bSilent) {
@@ -79,9 +79,9 @@ void CFaultPlan::Apply(CHIP_COMMAND& command, CHIP_REPLY& reply) {
     }
 }
 
-bool CFaultPlan::Strikes(COUNTED_RULE& counted, ChipCommandKinds kind) {
+bool CFaultPlan::Applies(COUNTED_RULE& counted, ChipCommandKinds kind) {
     const FAULT_RULE& rule = counted.rule;
-    // "any" is any command, and the notification is none.
+    // "any" means any command; the notification is none.
     if (rule.kind ? *rule.kind != kind : kind == CHIP_RESET_NTF) {
         return false;
     }
@@ -92,7 +92,8 @@ bool CFaultPlan::Strikes(COUNTED_RULE& counted, ChipCommandKinds kind) {
     return counted.seen >= rule.first && counted.seen <= rule.last;
 }
 
-void CFaultPlan::Spoil(const FAULT_RULE& rule, const CHIP_COMMAND& command, CHIP_REPLY& reply) {
+void CFaultPlan::ChangeReply(const FAULT_RULE& rule, const CHIP_COMMAND& command,
+                             CHIP_REPLY& reply) {
     const unsigned int value = rule.values[0];
     switch (rule.fault) {
         case FAULT_DROP:
@@ -116,11 +117,10 @@ void CFaultPlan::Spoil(const FAULT_RULE& rule, const CHIP_COMMAND& command, CHIP
             }
             return;
         case FAULT_NOISE_BEFORE:
-        case FAULT_FLOOD:
             PutBefore(reply, Noise(value));
             return;
         case FAULT_NOISE_AFTER:
-            PutBehind(reply, Noise(value));
+            PutAfter(reply, Noise(value));
             return;
         case FAULT_HANGUP:
             KeepFirstBytes(reply, value);

@@ -5,15 +5,16 @@
 
 #include "chipsim/FaultRule.h"
 
-// Spoils replies by rule. The command itself has been carried out by then: a fault is one of the
-// line, not of the memory. Several rules that meet one command work in the order given.
+// Injects faults into replies, by rule. The command itself has been executed by then: a fault is
+// one of the line, not of the memory. Several rules for one command apply in the order given. The
+// same rules, seed and commands give the same faults.
 //
-// Not synchronised: one thread at a time. The same rules, seed and commands give the same faults.
+// Not synchronised: one thread at a time.
 class CFaultPlan {
 public:
     CFaultPlan(std::vector<FAULT_RULE> rules, unsigned int seed);
 
-    // Changes the reply and adds what befell it to command.faults.
+    // Changes the reply and adds the rules that applied to command.faults.
     void Apply(CHIP_COMMAND& command, CHIP_REPLY& reply);
 
 private:
@@ -23,8 +24,8 @@ private:
         unsigned int seen = 0;  // commands of its kind
     };
 
-    bool Strikes(COUNTED_RULE& counted, ChipCommandKinds kind);
-    void Spoil(const FAULT_RULE& rule, const CHIP_COMMAND& command, CHIP_REPLY& reply);
+    bool Applies(COUNTED_RULE& counted, ChipCommandKinds kind);
+    void ChangeReply(const FAULT_RULE& rule, const CHIP_COMMAND& command, CHIP_REPLY& reply);
     void ChangeBytes(const FAULT_RULE& rule, const CHIP_COMMAND& command, BYTES& bytes);
     BYTES Noise(std::size_t count);
 

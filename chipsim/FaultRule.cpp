@@ -40,7 +40,7 @@ constexpr FAULT_WORD WORDS[] = {
     {"status", FAULT_STATUS, 0, 1, {{0x0C, 0, 0xFF}}},  // HCI: command disallowed
     {"cut", FAULT_CUT, 0, 1, {{NOT_GIVEN, 0, UNLIMITED}}},
     {"silence", FAULT_SILENCE, 0, 0, {}},
-    {"flood", FAULT_FLOOD, 0, 1, {{70'000, 1, MOST_BYTES}}},
+    {"flood", FAULT_NOISE_BEFORE, 0, 1, {{70'000, 1, MOST_BYTES}}},
     {"hangup", FAULT_HANGUP, 0, 1, {{0, 0, UNLIMITED}}},
     {"slow", FAULT_SLOW, 1, 1, {{NOT_GIVEN, 0, LONGEST_MS}}},
     {"baddata", FAULT_BADDATA, 0, 1, {{0, 0, UNLIMITED}}},
@@ -147,7 +147,7 @@ std::string ParseParts(std::string_view text, FAULT_RULE& rule) {
 
 bool FAULT_RULE::UsesChance() const {
     return chance || fault == FAULT_NOISE_BEFORE || fault == FAULT_NOISE_AFTER ||
-           fault == FAULT_FLOOD || (fault == FAULT_FLIP && values[0] == NOT_GIVEN);
+           (fault == FAULT_FLIP && values[0] == NOT_GIVEN);
 }
 
 std::string ParseFaultRule(const std::string& text, FAULT_RULE& rule) {

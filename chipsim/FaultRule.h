@@ -7,34 +7,33 @@
 
 #include "chipsim/ChipCommand.h"
 
-// What goes wrong with a reply. The numbers are the rule's values.
+// What is wrong with a reply; [0] and [1] are the values of the rule.
 enum ChipFaults : unsigned char {
     FAULT_DROP,          // it is not sent
     FAULT_LATE,          // it is sent [0] ms late
     FAULT_PIECES,        // it comes in [0] pieces with [1] ms between them
     FAULT_TWICE,         // it is sent twice
     FAULT_FLIP,          // its bit [0] is inverted; any bit when not given
-    FAULT_EVENT,         // [0] packets that nobody asked for come right before it
+    FAULT_EVENT,         // [0] unsolicited packets come right before it
     FAULT_NOISE_BEFORE,  // [0] random bytes come right before it
-    FAULT_NOISE_AFTER,   // [0] random bytes come right behind it
+    FAULT_NOISE_AFTER,   // [0] random bytes come right after it
     FAULT_STATUS,        // its status is [0]
     FAULT_CUT,           // only its first [0] bytes are sent; half of it when not given
     FAULT_SILENCE,       // it is not sent, nor is anything after it
-    FAULT_FLOOD,         // [0] random bytes come before it
     FAULT_HANGUP,        // the port hangs up after its first [0] bytes
-    FAULT_SLOW,          // the chip then takes no bytes for [0] ms
+    FAULT_SLOW,          // the chip then reads no bytes for [0] ms
     FAULT_BADDATA,       // data byte [0] of a Read RAM reply is inverted
     FAULT_BADCRC,        // the CRC in the reply is wrong
 };
 
-// One fault and the commands that it befalls: KIND:WHEN:FAULT[=VALUE[,VALUE]].
+// A fault and the commands whose replies get it: KIND:WHEN:FAULT[=VALUE[,VALUE]].
 struct FAULT_RULE {
     static constexpr unsigned int NOT_GIVEN = std::numeric_limits<unsigned int>::max();
 
     std::string text;                      // as written
     std::optional<ChipCommandKinds> kind;  // none = any command
 
-    // The commands of that kind from the first-th to the last-th, counted from 1, or each with a
+    // The commands of that kind from number first to number last, counted from 1, or each with a
     // chance in a million.
     unsigned int first = 1;
     unsigned int last = std::numeric_limits<unsigned int>::max();
@@ -43,7 +42,7 @@ struct FAULT_RULE {
     ChipFaults fault = FAULT_DROP;
     unsigned int values[2] = {NOT_GIVEN, NOT_GIVEN};
 
-    // Whether what it does depends on random numbers, and so on the seed.
+    // Whether it uses random numbers, and so depends on the seed.
     bool UsesChance() const;
 };
 

@@ -21,7 +21,7 @@ constexpr std::size_t HEADER_SIZE = 4;  // indicator, opcode, parameter length
 constexpr std::size_t ADDRESS_SIZE = 4;
 constexpr unsigned int LONGEST_READ = 251;  // 255 less the event's own 4 parameter bytes
 
-// A garbled count must not keep the chip busy for minutes; no such chip holds this much.
+// No such chip holds this much, and a garbled count must not keep it busy for minutes.
 constexpr std::uint32_t LONGEST_SUM = 256U << 20;
 
 constexpr std::array<unsigned char, 4> ERASE_FLASH = {0xEF, 0xEE, 0xBE, 0xFC};
@@ -34,7 +34,7 @@ struct CHciChip::COMMAND_RULE {
     ChipCommandKinds kind;
     std::size_t fewestParameters;
     std::size_t mostParameters;
-    unsigned char (CHciChip::*execute)(PARAMETERS, CHIP_COMMAND&);
+    unsigned char (CHciChip::*execute)(PARAMETERS, CHIP_COMMAND&, CHIP_REPLY&);
 };
 
 const CHciChip::COMMAND_RULE CHciChip::RULES[] = {
@@ -50,39 +50,34 @@ const CHciChip::COMMAND_RULE CHciChip::RULES[] = {
 CHciChip::CHciChip(CSparseMemory& memory, const CHIP_SETTINGS& settings)
     : m_Memory(memory), m_Settings(settings) {}
 
-const CHciChip::COMMAND_RULE* CHciChip::FindRule(unsigned int opcode) {
-    const auto* rule = std::find_if(std::begin(RULES), std::end(RULES), [&](const auto& candidate) {
-        return candidate.opcode == opcode;
-    });
-    return rule == std::end(RULES) ? nullptr : rule;
-}
-
 CHIP_REPLY CHciChip::Answer(CHIP_COMMAND& command) {
-    m_ReturnParameters.clear();
-    m_EventsBefore.clear();
-    m_nCompleteDelayMs = 0;
-
     const PARAMETERS parameters = PARAMETERS(command.packet).subspan(HEADER_SIZE);
-    const COMMAND_RULE* rule = FindRule(CopyLittleEndianBufferToUint16(&command.packet[1]));
+    const unsigned int opcode = CopyLittleEndianBufferToUint16(&command.packet[1]);
+    command.kind = CHIP_OTHER;
     command.length = static_cast<std::uint32_t>(parameters.size());
-    if (rule == nullptr) {
-        command.kind = CHIP_OTHER;
-        command.status = STATUS_UNKNOWN_COMMAND;
-    } else {
-        command.kind = rule->kind;
+    command.status = STATUS_UNKNOWN_COMMAND;
+    CHIP_REPLY reply = {{{0,
+                          {EVENT_INDICATOR, COMMAND_COMPLETE_EVENT, 0, 0x01, command.packet[1],
+                           command.packet[2], 0}}}};
+    const auto* const rule = std::ranges::find(RULES, opcode, &COMMAND_RULE::opcode);
+    if (rule != std::end(RULES)) {
         const bool fits = parameters.size() >= rule->fewestParameters &&
                           parameters.size() <= rule->mostParameters;
+        command.kind = rule->kind;
         command.status =
-            fits ? (this->*rule->execute)(parameters, command) : STATUS_INVALID_PARAMETERS;
+            fits ? (this->*rule->execute)(parameters, command, reply) : STATUS_INVALID_PARAMETERS;
     }
-    return CommandComplete(command);
+    std::vector<unsigned char>& complete = reply.pieces.back().bytes;
+    complete[2] = static_cast<unsigned char>(complete.size() - 3);
+    complete[6] = command.status;
+    return reply;
 }
 
-unsigned char CHciChip::Acknowledge(PARAMETERS, CHIP_COMMAND&) {
+unsigned char CHciChip::Acknowledge(PARAMETERS, CHIP_COMMAND&, CHIP_REPLY&) {
     return STATUS_SUCCESS;
 }
 
-unsigned char CHciChip::WriteRam(PARAMETERS parameters, CHIP_COMMAND& command) {
+unsigned char CHciChip::WriteRam(PARAMETERS parameters, CHIP_COMMAND& command, CHIP_REPLY&) {
     const PARAMETERS data = parameters.subspan(ADDRESS_SIZE);
     command.address = CopyLittleEndianBufferToUint32(parameters.data());
     command.length = static_cast<std::uint32_t>(data.size());
@@ -90,63 +85,46 @@ unsigned char CHciChip::WriteRam(PARAMETERS parameters, CHIP_COMMAND& command) {
     return STATUS_SUCCESS;
 }
 
-unsigned char CHciChip::ReadRam(PARAMETERS parameters, CHIP_COMMAND& command) {
+unsigned char CHciChip::ReadRam(PARAMETERS parameters, CHIP_COMMAND& command, CHIP_REPLY& reply) {
     command.address = CopyLittleEndianBufferToUint32(parameters.data());
     command.length = parameters[ADDRESS_SIZE];
     if (command.length > LONGEST_READ) {
         return STATUS_INVALID_PARAMETERS;
     }
-    m_ReturnParameters.resize(command.length);
-    m_Memory.Read(command.address, m_ReturnParameters);
+    std::vector<unsigned char>& bytes = reply.pieces.back().bytes;
+    bytes.resize(bytes.size() + command.length);
+    m_Memory.Read(command.address, std::span(bytes).last(command.length));
     return STATUS_SUCCESS;
 }
 
-unsigned char CHciChip::LaunchRam(PARAMETERS parameters, CHIP_COMMAND& command) {
+unsigned char CHciChip::LaunchRam(PARAMETERS parameters, CHIP_COMMAND& command, CHIP_REPLY&) {
     command.address = CopyLittleEndianBufferToUint32(parameters.data());
     command.length = 0;
     return STATUS_SUCCESS;
 }
 
-unsigned char CHciChip::SumUp(PARAMETERS parameters, CHIP_COMMAND& command) {
+unsigned char CHciChip::SumUp(PARAMETERS parameters, CHIP_COMMAND& command, CHIP_REPLY& reply) {
     command.address = CopyLittleEndianBufferToUint32(parameters.data());
     command.length = CopyLittleEndianBufferToUint32(&parameters[ADDRESS_SIZE]);
     if (command.length > LONGEST_SUM) {
         return STATUS_INVALID_PARAMETERS;
     }
-    m_ReturnParameters.resize(4);
-    CopyUint32ToLittleEndianBuffer(m_Memory.Crc(command.address, command.length),
-                                   m_ReturnParameters.data());
+    unsigned char sum[4];
+    CopyUint32ToLittleEndianBuffer(m_Memory.Crc(command.address, command.length), sum);
+    std::vector<unsigned char>& bytes = reply.pieces.back().bytes;
+    bytes.insert(bytes.end(), std::begin(sum), std::end(sum));
     return STATUS_SUCCESS;
 }
 
-unsigned char CHciChip::EraseChip(PARAMETERS parameters, CHIP_COMMAND&) {
+unsigned char CHciChip::EraseChip(PARAMETERS parameters, CHIP_COMMAND&, CHIP_REPLY& reply) {
     if (!std::ranges::equal(parameters, ERASE_FLASH) &&
         !std::ranges::equal(parameters, ERASE_EEPROM)) {
         return STATUS_INVALID_PARAMETERS;
     }
     m_Memory.EraseAllBut(m_Settings.ramFirst, m_Settings.ramLast);
     const unsigned int step = m_Settings.eraseTimeMs / (m_Settings.eraseMarkers + 1);
-    for (unsigned int i = 0; i < m_Settings.eraseMarkers; ++i) {
-        m_EventsBefore.push_back({step, {EVENT_INDICATOR, VENDOR_EVENT, 0x01, ERASE_PROGRESS}});
-    }
-    m_nCompleteDelayMs = m_Settings.eraseTimeMs - step * m_Settings.eraseMarkers;
+    reply.pieces.back().delayMs = m_Settings.eraseTimeMs - step * m_Settings.eraseMarkers;
+    const CHIP_REPLY_PIECE marker = {step, {EVENT_INDICATOR, VENDOR_EVENT, 0x01, ERASE_PROGRESS}};
+    reply.pieces.insert(reply.pieces.begin(), m_Settings.eraseMarkers, marker);
     return STATUS_SUCCESS;
-}
-
-CHIP_REPLY CHciChip::CommandComplete(const CHIP_COMMAND& command) {
-    const std::size_t size = 4 + m_ReturnParameters.size();
-    CHIP_REPLY_PIECE complete;
-    complete.delayMs = m_nCompleteDelayMs;
-    complete.bytes = {EVENT_INDICATOR,
-                      COMMAND_COMPLETE_EVENT,
-                      static_cast<unsigned char>(size),
-                      0x01,
-                      command.packet[1],
-                      command.packet[2],
-                      command.status};
-    complete.bytes.insert(complete.bytes.end(), m_ReturnParameters.begin(),
-                          m_ReturnParameters.end());
-    CHIP_REPLY reply{std::move(m_EventsBefore)};
-    reply.pieces.push_back(std::move(complete));
-    return reply;
 }

@@ -62,38 +62,24 @@ std::optional<CHIP_REPLY> CNciChip::AnswerSegment(CHIP_COMMAND& command) {
     if ((command.packet[1] & MORE_FOLLOWS) != 0 && !isTooLong) {
         return std::nullopt;
     }
-    command.length = static_cast<std::uint32_t>(m_Payload.size());
-    command.segments = std::exchange(m_nSegments, 0);
+    const std::vector<unsigned char> payload = std::exchange(m_Payload, {});
     command.kind = CHIP_PATCH;
-    if (!isTooLong && !m_Payload.empty()) {
-        return AnswerRecord(command);
+    command.length = static_cast<std::uint32_t>(payload.size());
+    command.segments = std::exchange(m_nSegments, 0);
+    if (isTooLong || payload.empty()) {
+        command.status = isTooLong ? STATUS_MESSAGE_SIZE_EXCEEDED : STATUS_INVALID_PARAM;
+        return Response(command);
     }
-    command.status = isTooLong ? STATUS_MESSAGE_SIZE_EXCEEDED : STATUS_INVALID_PARAM;
-    m_Payload.clear();
-    return Response(command);
-}
-
-CHIP_REPLY CNciChip::AnswerRecord(CHIP_COMMAND& command) {
-    const bool isSignature = m_Payload.front() == SIGNATURE_TYPE;
-    CHIP_RECORD record;
-    record.bytes.assign(command.packet.begin(), command.packet.begin() + HEADER_SIZE);
-    record.bytes.back() = static_cast<unsigned char>(m_Payload.size());
-    record.bytes.insert(record.bytes.end(), m_Payload.begin(), m_Payload.end());
-    record.segments = command.segments;
-    m_Record = std::move(record);
-    m_Payload.clear();
-
+    command.packet.resize(HEADER_SIZE);
+    command.packet.back() = static_cast<unsigned char>(payload.size());
+    command.packet.insert(command.packet.end(), payload.begin(), payload.end());
     CHIP_REPLY reply = Response(command);
-    if (isSignature) {
+    if (payload.front() == SIGNATURE_TYPE) {
         command.kind = CHIP_SIGNATURE;
         std::vector<unsigned char>& bytes = reply.pieces.front().bytes;
         bytes.insert(bytes.end(), {INDICATOR, 0x6F, RECORD_OPCODE, 0x01, STATUS_OK});
     }
     return reply;
-}
-
-std::optional<CHIP_RECORD> CNciChip::TakeRecord() {
-    return std::exchange(m_Record, std::nullopt);
 }
 
 CHIP_REPLY CNciChip::ResetNotification(unsigned int delayMs, CHIP_COMMAND& command) {

@@ -6,7 +6,7 @@
 
 #include "chipsim/LineTime.h"
 
-// The receiving half of the line. Bytes that the terminal already holds reach the chip only when a
+// The receiving half of the line. Bytes that the terminal already holds reach the chip only once a
 // real line would have carried them; until then no more are taken from the terminal.
 //
 // Not synchronised: one thread at a time.

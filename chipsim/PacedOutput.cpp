@@ -6,10 +6,10 @@
 namespace {
 
 // Bytes are handed over a millisecond's worth at a time: a reader sees a long reply grow, and the
-// sender need not wake for each byte.
+// sender does not wake for each byte.
 constexpr LineTime STEP_TIME = NS_PER_MS;
 
-// What is unread when a terminal hangs up is lost, so the reader gets a moment.
+// A terminal that hangs up loses its unread bytes, so the reader gets a moment.
 constexpr LineTime TIME_TO_READ = 50 * NS_PER_MS;
 
 LineTime DelayOf(const CHIP_REPLY_PIECE& piece) {
@@ -88,7 +88,7 @@ void CPacedOutput::Sent(std::size_t count, LineTime now) {
         return;
     }
     // From the ideal end, not from now, so that waking late does not add up; but a reader that let
-    // the bytes pile up has held the line.
+    // bytes pile up has held the line.
     m_nLineFree = front.start + m_nByteTime * static_cast<LineTime>(front.sent);
     if (now - m_nLineFree > 2 * STEP_TIME) {
         m_nLineFree = now;

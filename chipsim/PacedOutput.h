@@ -9,8 +9,8 @@
 #include "chipsim/LineTime.h"
 
 // The sending half of the line: holds the replies and says which bytes a real line would have
-// carried by now. Replies start in the order in which they are due, so one that is late can be
-// overtaken; a reply that has begun is finished first.
+// carried by now. Replies start in the order in which they are due, so others can overtake a late
+// one; a reply that has begun is finished first.
 //
 // Not synchronised: one thread at a time.
 class CPacedOutput {
@@ -19,12 +19,12 @@ public:
 
     void Queue(CHIP_REPLY reply, LineTime now);
 
-    // The bytes to hand over now, empty when none are due. Valid until the next call. Whatever was
-    // handed over is confirmed with Sent.
+    // The bytes to hand over now, empty when none are due. Valid until the next call. Confirm what
+    // was handed over with Sent.
     std::span<const unsigned char> Due(LineTime now);
     void Sent(std::size_t count, LineTime now);
 
-    // Whether a reply behind which the port hangs up has been sent.
+    // Whether the reply after which the port hangs up has been sent and can have been read.
     bool HangUpIsDue(LineTime now) const;
 
     // When the next bytes or a hang-up are due; none when nothing is queued.
@@ -35,7 +35,7 @@ private:
         CHIP_REPLY reply;
         std::size_t piece = 0;  // the first piece not sent whole
         std::size_t sent = 0;   // bytes of it
-        LineTime start = 0;     // when the first byte of that piece goes on the line
+        LineTime start = 0;     // when the first byte of that piece starts on the line
         bool begun = false;
     };
 
@@ -45,5 +45,5 @@ private:
 
     const LineTime m_nByteTime;
     LineTime m_nLineFree = 0;
-    std::deque<PENDING> m_Pending;  // by start time, but for a begun reply, which stays in front
+    std::deque<PENDING> m_Pending;  // by start time, after the one that has begun
 };

@@ -23,9 +23,3 @@ bool CPacketFramer::TakePacket(std::vector<unsigned char>& packet) {
     m_Bytes.erase(m_Bytes.begin(), end);
     return true;
 }
-
-std::size_t CPacketFramer::Restart() {
-    const std::size_t count = m_Bytes.size();
-    m_Bytes.clear();
-    return count;
-}

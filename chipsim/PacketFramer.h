@@ -6,8 +6,8 @@
 
 // Cuts the bytes that arrive into packets. A packet starts with its indicator (0x01 an HCI command,
 // 0x10 an NCI packet), two bytes that say which, and the length of what follows. Any other byte
-// where a packet should start is noise and is skipped. Bytes that only look like a start can
-// swallow what follows, so whoever feeds the framer tells it when the line has gone quiet.
+// where a packet should start is noise and is skipped. Noise that looks like a start swallows the
+// packet after it, so the caller restarts the framer when the line has gone quiet.
 //
 // Not synchronised: one thread at a time.
 class CPacketFramer {
@@ -21,11 +21,11 @@ public:
     // The next whole packet, indicator included. False when more bytes are needed.
     bool TakePacket(std::vector<unsigned char>& packet);
 
-    // Whether the start of a packet waits for its rest.
+    // Whether the start of a packet is here and its rest is not.
     bool IsMidPacket() const { return !m_Bytes.empty(); }
 
-    // Gives up the packet that has begun and returns how many bytes were thrown away.
-    std::size_t Restart();
+    // Drops the packet that has begun.
+    void Restart() { m_Bytes.clear(); }
 
 private:
     std::vector<unsigned char> m_Bytes;

@@ -2,9 +2,9 @@
 
 #include <string>
 
-// A second name for a port: a symbolic link that is there as long as this object wants it.
+// A second name for a port: a symbolic link that lives from Create to Remove.
 //
-// Create and Remove are not synchronised with each other.
+// Not synchronised: one thread at a time.
 class CPortLink {
 public:
     CPortLink() = default;
@@ -12,14 +12,14 @@ public:
     CPortLink& operator=(const CPortLink&) = delete;
     ~CPortLink() { Remove(); }
 
-    // Replaces a link that leads nowhere, left behind by a chip that was killed, and nothing else.
-    // The error text, empty on success.
+    // Replaces only a link that leads nowhere, as a killed chip leaves one. The error text, empty
+    // on success.
     std::string Create(const std::string& target, const std::string& path);
 
-    // Removes the link, unless the name has come to stand for something else meanwhile.
+    // Removes the link, unless the name stands for something else by now.
     void Remove();
 
-    const std::string& Path() const { return m_strPath; }  // empty while there was none; stays
+    const std::string& Path() const { return m_strPath; }  // empty before Create, kept after Remove
 
 private:
     std::string m_strTarget;

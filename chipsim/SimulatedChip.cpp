@@ -8,12 +8,10 @@
 #include <array>
 #include <utility>
 
-#include "chipsim/IntelHexWriter.h"
-
 namespace {
 
-// A packet whose rest has not come for this long is given up. Longer than any pause within one
-// write of the host, shorter than its shortest wait for a reply and the next attempt.
+// A packet whose rest has not come for this long is dropped. Longer than any pause within one write
+// of the host, shorter than its shortest wait for a reply and the next attempt.
 constexpr LineTime QUIET_LINE = 250 * NS_PER_MS;
 
 constexpr std::size_t LARGEST_READ = 512;
@@ -33,15 +31,14 @@ void TakeEarlier(std::optional<LineTime>& due, std::optional<LineTime> other) {
 
 }  // namespace
 
-CSimulatedChip::CSimulatedChip(const CHIP_SETTINGS& settings)
-    : m_Settings(settings), m_Input(settings.baud), m_Output(settings.baud), m_Engine(settings) {}
+CSimulatedChip::CSimulatedChip(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer)
+    : m_Input(settings.baud), m_Output(settings.baud), m_Engine(settings, std::move(observer)) {}
 
 CSimulatedChip::~CSimulatedChip() {
     Stop();
 }
 
-std::string CSimulatedChip::Start(const std::string& linkPath,
-                                  std::function<void(const CHIP_COMMAND&)> observer) {
+std::string CSimulatedChip::Start(const std::string& linkPath) {
     std::string error = m_Terminal.Open();
     if (error.empty() && !linkPath.empty()) {
         error = m_Link.Create(m_Terminal.SlavePath(), linkPath);
@@ -53,7 +50,6 @@ std::string CSimulatedChip::Start(const std::string& linkPath,
     if (!m_Wake.IsOpen()) {
         return "cannot make an event descriptor";
     }
-    m_Engine.SetObserver(std::move(observer));
     m_Thread = std::thread([this] { Run(); });
     return {};
 }
@@ -75,7 +71,7 @@ std::string CSimulatedChip::PortPath() const {
 void CSimulatedChip::Run() {
     while (!m_bStop && !m_bHungUp) {
         TakeInput(LineTimeNow());
-        GiveUpCutPacket(LineTimeNow());
+        DropCutPacket(LineTimeNow());
         WriteOutput(LineTimeNow());
         if (m_Output.HangUpIsDue(LineTimeNow())) {
             HangUp();
@@ -104,16 +100,13 @@ void CSimulatedChip::TakeInput(LineTime now) {
         return;
     }
     m_nLastInput = now;
-    const std::lock_guard lock(m_Mutex);
     for (CHIP_REPLY& reply : m_Engine.Receive(arrived)) {
         m_Input.PauseUntil(now + static_cast<LineTime>(reply.readPauseMs) * NS_PER_MS);
         m_Output.Queue(std::move(reply), now);
     }
-    m_CommandSeen.notify_all();
 }
 
-void CSimulatedChip::GiveUpCutPacket(LineTime now) {
-    const std::lock_guard lock(m_Mutex);
+void CSimulatedChip::DropCutPacket(LineTime now) {
     if (m_Engine.IsMidPacket() && m_Input.WantsBytes(now) && now - m_nLastInput >= QUIET_LINE) {
         m_Engine.LineWentQuiet();
     }
@@ -142,7 +135,6 @@ std::optional<LineTime> CSimulatedChip::NextDue(LineTime now) const {
     if (!m_bTerminalFull) {
         TakeEarlier(due, m_Output.NextDue());
     }
-    const std::lock_guard lock(m_Mutex);
     if (m_Engine.IsMidPacket() && m_Input.WantsBytes(now)) {
         TakeEarlier(due, m_nLastInput + QUIET_LINE);
     }
@@ -168,50 +160,6 @@ void CSimulatedChip::WaitForWork() {
 void CSimulatedChip::WakeUp() {
     const std::uint64_t one = 1;
     if (::write(m_Wake.Get(), &one, sizeof one) < 0) {
-        return;  // the counter is full, so the thread wakes anyway
+        return;  // the counter is full, so the thread wakes all the same
     }
-}
-
-std::vector<unsigned char> CSimulatedChip::ReadMemory(std::uint32_t address,
-                                                      std::size_t count) const {
-    std::vector<unsigned char> bytes(count);
-    const std::lock_guard lock(m_Mutex);
-    m_Engine.Memory().Read(address, bytes);
-    return bytes;
-}
-
-void CSimulatedChip::WriteMemory(std::uint32_t address, std::span<const unsigned char> bytes) {
-    const std::lock_guard lock(m_Mutex);
-    m_Engine.Memory().Write(address, bytes);
-}
-
-std::vector<CSparseMemory::REGION> CSimulatedChip::WrittenRegions() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_Engine.Memory().WrittenRegions();
-}
-
-std::string CSimulatedChip::MemoryAsIntelHex() const {
-    const std::lock_guard lock(m_Mutex);
-    return MakeIntelHexText(m_Engine.Memory());
-}
-
-std::vector<CHIP_COMMAND> CSimulatedChip::Commands() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_Engine.Commands();
-}
-
-std::vector<unsigned char> CSimulatedChip::ReceivedBytes() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_Engine.ReceivedBytes();
-}
-
-std::vector<CHIP_RECORD> CSimulatedChip::Records() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_Engine.Records();
-}
-
-bool CSimulatedChip::WaitForCommands(std::size_t count, unsigned int timeoutMs) const {
-    std::unique_lock lock(m_Mutex);
-    return m_CommandSeen.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                                  [&] { return m_Engine.Commands().size() >= count; });
 }

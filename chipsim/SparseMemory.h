@@ -8,8 +8,8 @@
 #include <span>
 #include <vector>
 
-// The chip's 32-bit address space, one byte to an address. Only pages that were written take room.
-// A byte that was never written, or was erased, reads 0xFF. Addresses wrap from 0xFFFFFFFF to 0.
+// The chip's 32-bit address space, one byte to an address. Only written pages take room. A byte
+// that was never written, or was erased, reads 0xFF. Addresses wrap from 0xFFFFFFFF to 0.
 //
 // Not synchronised: one thread at a time.
 class CSparseMemory {
@@ -27,8 +27,8 @@ public:
     void Write(std::uint32_t address, std::span<const unsigned char> bytes);
     void Read(std::uint32_t address, std::span<unsigned char> bytes) const;
 
-    // Everything is erased but the bytes from keepFirst to keepLast, both included; with
-    // keepFirst > keepLast nothing is kept.
+    // Erases everything but the bytes from keepFirst to keepLast, both included; nothing is kept
+    // when keepFirst > keepLast.
     void EraseAllBut(std::uint32_t keepFirst, std::uint32_t keepLast);
 
     // CRC-32 (ISO/IEC 8802-3) over count bytes.

@@ -30,7 +30,7 @@ int WaitForChild(pid_t pid, int options, int* status) {
     }
 }
 
-// Until all have closed the other end of the pipe.
+// Waits until the other end of the pipe is closed everywhere.
 void WaitForEnd(int fd) {
     char byte = 0;
     while (::read(fd, &byte, 1) < 0 && errno == EINTR) {
@@ -60,7 +60,7 @@ bool TakeControllingTerminal(const char* path) {
         return false;
     }
     const int fd = ::open(path, O_RDWR | O_CLOEXEC);
-    // Opening it has been enough already on Linux; asking again does no harm.
+    // On Linux opening it is enough; asking again does no harm.
     return fd >= 0 && ::ioctl(fd, TIOCSCTTY, 0) == 0 && ::close(fd) == 0;
 }
 
@@ -80,8 +80,8 @@ bool TakeControllingTerminal(const char* path) {
         Complain("cannot run ", argv[0], errno);
         ::_exit(CANNOT_RUN);
     }
-    // Nothing is to live on through this process: neither the port's other end, which its owner
-    // may close, nor the pipe that tells that the command runs.
+    // This process keeps nothing open: neither the port's other end, which its owner may close, nor
+    // the pipe whose end says that the command runs.
     ::close_range(0, std::numeric_limits<unsigned int>::max(), 0);
     int status = 0;
     if (WaitForChild(command, 0, &status) < 0) {

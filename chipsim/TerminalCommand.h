@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-// A command that runs with a given terminal as its controlling terminal, so that it reaches it as
-// /dev/tty. Its standard streams are those of the caller. The session belongs to a small process in
-// between: a terminal that hangs up ends its session's leader, and the command is to see the loss
-// as it would see a real port's, by its reads.
+// A command whose controlling terminal is a given one, so that it reaches it as /dev/tty. Its
+// standard streams are the caller's. A small process in between leads the session: a terminal that
+// hangs up ends the leader, while the command sees the loss as it would see a real port's, by its
+// reads.
 //
 // One thread at a time. The command is not ended by the destructor.
 class CTerminalCommand {
@@ -24,7 +24,7 @@ public:
     std::string Start(const std::string& terminalPath, const std::vector<std::string>& argv);
 
     // Its exit status, 128 + the signal when one killed it; none while it runs. Poll does not
-    // wait. Once it has ended both keep giving the same answer.
+    // wait. After the end both repeat the same answer.
     std::optional<int> Poll();
     int Wait();
 

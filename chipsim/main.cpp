@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "chipsim/ChipsimArguments.h"
-#include "chipsim/ResultFile.h"
+#include "chipsim/IntelHexWriter.h"
 #include "chipsim/SimulatedChip.h"
 #include "chipsim/TerminalCommand.h"
 
@@ -22,8 +23,8 @@ int Fail(const std::string& text, int status) {
     return status;
 }
 
-// The signals that this program waits for instead of being interrupted. SIGPIPE is among them so
-// that a reader of the trace that goes away does not end the chip.
+// The signals that this program waits for instead of being interrupted. SIGPIPE is among them: the
+// chip outlives the reader of its trace.
 sigset_t WaitedSignals() {
     sigset_t set;
     ::sigemptyset(&set);
@@ -33,7 +34,7 @@ sigset_t WaitedSignals() {
     return set;
 }
 
-// The next signal, or 0 after a while.
+// The next signal, or 0 when none comes for a while.
 int NextSignal(const sigset_t& set) {
     constexpr timespec WHILE = {0, 200'000'000};
     const int number = ::sigtimedwait(&set, nullptr, &WHILE);
@@ -44,10 +45,10 @@ bool AsksToEnd(int number) {
     return number == SIGINT || number == SIGTERM || number == SIGHUP;
 }
 
-int RunCommand(const CSimulatedChip& chip, const CHIPSIM_ARGUMENTS& arguments,
+int RunCommand(const CSimulatedChip& chip, const std::vector<std::string>& words,
                const sigset_t& signals, const sigset_t& inheritedMask) {
     CTerminalCommand command(inheritedMask);
-    const std::string error = command.Start(chip.PortPath(), arguments.command);
+    const std::string error = command.Start(chip.PortPath(), words);
     if (!error.empty()) {
         return Fail(error, OWN_FAILURE);
     }
@@ -69,71 +70,77 @@ int ServePort(const CSimulatedChip& chip, const sigset_t& signals) {
     return 0;
 }
 
-// A run that went wrong by chance can be had again.
-void SettleSeed(CHIPSIM_ARGUMENTS& arguments) {
-    CHIP_SETTINGS& settings = arguments.settings;
-    if (!arguments.hasSeed) {
-        settings.seed = std::random_device()();
-    }
+// Tells the seed, with which a run that went wrong by chance can be repeated.
+void PrintSeed(const CHIP_SETTINGS& settings) {
     if (std::ranges::any_of(settings.faults, &FAULT_RULE::UsesChance)) {
         std::fprintf(stderr, "chipsim: seed %u\n", settings.seed);
     }
 }
 
-void PrintCommand(const CHIP_COMMAND& command) {
-    std::fprintf(stderr, "chipsim: %s\n", DescribeChipCommand(command).c_str());
-}
-
-std::string RecordsAsFile(const CSimulatedChip& chip) {
-    std::string text;
-    for (const CHIP_RECORD& record : chip.Records()) {
-        text.append(record.bytes.begin(), record.bytes.end());
+// False when there is a name and the file cannot be created.
+bool Open(std::ofstream& file, const std::string& name) {
+    if (!name.empty()) {
+        file.open(name, std::ios::binary);
     }
-    return text;
+    return file.good();
 }
 
 // The status, or that of a failure when there was none so far.
-int WriteResult(CResultFile& file, const std::string& text, int status) {
-    if (file.Write(text)) {
+int Finish(std::ofstream& file, const std::string& name, int status) {
+    if (name.empty() || file.flush().good()) {
         return status;
     }
-    return Fail("cannot write " + file.Path(), status != 0 ? status : OWN_FAILURE);
+    return Fail("cannot write " + name, status != 0 ? status : OWN_FAILURE);
 }
 
-int Run(CHIPSIM_ARGUMENTS& arguments) {
-    CResultFile dump(arguments.dumpFile);
-    CResultFile records(arguments.recordsFile);
-    for (const CResultFile* file : {&dump, &records}) {
-        if (!file->IsUsable()) {
-            return Fail("cannot write " + file->Path(), OWN_FAILURE);
-        }
-    }
+int Serve(CSimulatedChip& chip, const CHIPSIM_ARGUMENTS& arguments) {
     const sigset_t signals = WaitedSignals();
     sigset_t inheritedMask;
     ::pthread_sigmask(SIG_BLOCK, &signals, &inheritedMask);
-
-    SettleSeed(arguments);
-    arguments.settings.keepsLog = false;
-    arguments.settings.keepsRecords = !arguments.recordsFile.empty();
-    CSimulatedChip chip(arguments.settings);
-    const std::string error =
-        chip.Start(arguments.linkPath, arguments.trace ? PrintCommand : nullptr);
+    const std::string error = chip.Start(arguments.linkPath);
     if (!error.empty()) {
         return Fail(error, OWN_FAILURE);
     }
-    int status = arguments.command.empty() ? ServePort(chip, signals)
-                                           : RunCommand(chip, arguments, signals, inheritedMask);
+    const int status = arguments.command.empty()
+                           ? ServePort(chip, signals)
+                           : RunCommand(chip, arguments.command, signals, inheritedMask);
     chip.Stop();
-    status = WriteResult(dump, chip.MemoryAsIntelHex(), status);
-    return WriteResult(records, RecordsAsFile(chip), status);
+    return status;
+}
+
+int Run(const CHIPSIM_ARGUMENTS& arguments) {
+    // A run whose result cannot be kept had better not start.
+    std::ofstream dump;
+    std::ofstream records;
+    if (!Open(dump, arguments.dumpFile)) {
+        return Fail("cannot write " + arguments.dumpFile, OWN_FAILURE);
+    }
+    if (!Open(records, arguments.recordsFile)) {
+        return Fail("cannot write " + arguments.recordsFile, OWN_FAILURE);
+    }
+    PrintSeed(arguments.settings);
+    CSimulatedChip chip(arguments.settings, [&](const CHIP_COMMAND& command) {
+        if (arguments.trace) {
+            std::fprintf(stderr, "chipsim: %s\n", DescribeChipCommand(command).c_str());
+        }
+        if (command.IsLoadedRecord()) {
+            records.write(reinterpret_cast<const char*>(command.packet.data()),
+                          static_cast<std::streamsize>(command.packet.size()));
+        }
+    });
+    const int status = Serve(chip, arguments);
+    if (dump.is_open()) {
+        dump << MakeIntelHexText(chip.Memory().WrittenRegions());
+    }
+    return Finish(records, arguments.recordsFile, Finish(dump, arguments.dumpFile, status));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     CHIPSIM_ARGUMENTS arguments;
-    const std::vector<std::string> words(argv + 1, argv + argc);
-    const std::string error = ParseChipsimArguments(words, arguments);
+    arguments.settings.seed = std::random_device()();
+    const std::string error = ParseChipsimArguments(argc, argv, arguments);
     if (!error.empty()) {
         return Fail(error, WRONG_USAGE);
     }

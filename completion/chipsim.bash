@@ -3,7 +3,7 @@
 _chipsim() {
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} i IFS=$' \t\n'
     COMPREPLY=()
-    # Behind "--", the command completes as if it stood alone.
+    # After "--", the command completes as if it stood alone.
     for ((i = 1; i < COMP_CWORD; ++i)); do
         [[ ${COMP_WORDS[i]} == -- ]] || continue
         if declare -F _command_offset >/dev/null; then
@@ -40,7 +40,7 @@ _chipsim() {
     esac
 }
 
-# Where the bash-completion package is not there: hands over to the completion function that the
+# Without the bash-completion package: hands over to the completion function that the
 # command at word $1 has, if any.
 _chipsim_command_arguments() {
     local words=("${COMP_WORDS[@]:$1}") function

@@ -101,7 +101,8 @@ TEST_P(ShellCases, PrintWhatTheyMust) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, ShellCases,
-                         testing::Values("command_lines", "downloads", "patches", "ways_out"),
+                         testing::Values("chipsim", "command_lines", "downloads", "patches",
+                                         "ways_out"),
                          [](const auto& file) { return file.param; });
 
 }  // namespace

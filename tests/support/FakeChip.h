@@ -108,7 +108,6 @@ private:
         settings.eraseMarkers = 0;
         settings.ramFirst = 0;
         settings.ramLast = 0xFFFFFFFF;
-        settings.keepsLog = false;
         return settings;
     }
 
