@@ -3,19 +3,16 @@
 #include <cerrno>
 #include <cstring>
 
+#include "image/HciCommand.h"
 #include "util/ByteOrder.h"
 
 namespace {
 
 constexpr unsigned int HEADER_SIZE = 3;
 constexpr unsigned int ADDRESS_SIZE = 4;
-constexpr unsigned char WRITE_RAM = 0x4C;
-constexpr unsigned char LAUNCH_RAM = 0x4E;
-constexpr unsigned char VENDOR_COMMANDS = 0xFC;
 
-bool IsHeaderKnown(const unsigned char* header) {
-    return (header[0] == WRITE_RAM || header[0] == LAUNCH_RAM) && header[1] == VENDOR_COMMANDS &&
-           header[2] >= ADDRESS_SIZE;
+bool Is(const HCI_COMMAND& command, const unsigned char* header) {
+    return CopyLittleEndianBufferToUint16(header) == command.m_nOpcode;
 }
 
 bool Fail(std::string* error, const char* text) {
@@ -36,14 +33,14 @@ bool ReadNextHCDRecord(std::FILE* file, unsigned int* address, unsigned int* dat
         }
         return false;
     }
-    if (!IsHeaderKnown(header)) {
+    *isLaunch = Is(HCI_LAUNCH_RAM, header);
+    if ((!*isLaunch && !Is(HCI_WRITE_RAM, header)) || header[2] < ADDRESS_SIZE) {
         return Fail(error, "Wrong HCD file format trying to read the command information");
     }
     unsigned char addressBytes[ADDRESS_SIZE];
     if (std::fread(addressBytes, 1, ADDRESS_SIZE, file) != ADDRESS_SIZE) {
         return Fail(error, "Wrong HCD file format trying to read 32-bit address");
     }
-    *isLaunch = header[0] == LAUNCH_RAM;
     *address = CopyLittleEndianBufferToUint32(addressBytes);
     *dataSize = header[2] - ADDRESS_SIZE;
     if (std::fread(data, 1, *dataSize, file) != *dataSize) {
