@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "chipsim/SimulatedChip.h"
-#include "download/HciExchange.h"
+#include "download/ReceiveBuffer.h"
 #include "download/VintorCommands.h"
 #include "os/OSTime.h"
 #include "support/TestTerminal.h"

@@ -30,6 +30,7 @@ public:
 
     unsigned int m_nReads = 0;
     std::vector<unsigned char> m_Delivered;
+    std::vector<std::size_t> m_DeliveredByRead;  // how many bytes until then, of reads that worked
     std::vector<std::vector<unsigned char>> m_Transmitted;
 
     bool HasDelivered(const std::vector<unsigned char>& bytes) const {
@@ -53,19 +54,18 @@ public:
             *gotBytes = 0xFFFFFFFF;
             return "The port is gone";
         }
-        if (m_Pieces.empty()) {
-            return {};
+        if (!m_Pieces.empty()) {
+            std::vector<unsigned char>& piece = m_Pieces.front();
+            *gotBytes = static_cast<unsigned int>(std::min<std::size_t>(maxBytes, piece.size()));
+            const auto end = piece.begin() + *gotBytes;
+            std::copy(piece.begin(), end, buf);
+            m_Delivered.insert(m_Delivered.end(), piece.begin(), end);
+            piece.erase(piece.begin(), end);
+            if (piece.empty()) {
+                m_Pieces.pop_front();
+            }
         }
-        std::vector<unsigned char>& piece = m_Pieces.front();
-        const std::size_t count = std::min<std::size_t>(maxBytes, piece.size());
-        const auto end = piece.begin() + static_cast<std::ptrdiff_t>(count);
-        std::copy(piece.begin(), end, buf);
-        m_Delivered.insert(m_Delivered.end(), piece.begin(), end);
-        piece.erase(piece.begin(), end);
-        if (piece.empty()) {
-            m_Pieces.pop_front();
-        }
-        *gotBytes = static_cast<unsigned int>(count);
+        m_DeliveredByRead.push_back(m_Delivered.size());
         return {};
     }
 

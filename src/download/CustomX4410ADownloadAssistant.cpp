@@ -194,11 +194,9 @@ bool CCustomX4410ADownloadAssistant::ChunkedTxRx(CSerialConnector* connector,
                                                  unsigned int expectedLength,
                                                  unsigned int /*timeoutMS*/, std::string* error,
                                                  CChipDownloader* downloader) {
-    CNciSegments segments(connector, downloader);
-    segments.TraceEntry(txData, txLength, expected, expectedLength);
-    *error = segments.Send({txData, txLength}, m_nChunkedTxPayloadSize, m_nPauseBetweenTxChunksMS);
-    const bool completed = error->empty() && segments.Receive({expected, expectedLength},
-                                                              m_nPauseBetweenRxPollsMS, error);
-    segments.TraceExit(completed);
-    return completed;
+    CNciSegments segments(connector, m_nChunkedTxPayloadSize, m_nPauseBetweenTxChunksMS,
+                          m_nPauseBetweenRxPollsMS, downloader);
+    const ReplyFailure failure = segments.Exchange({txData, txLength}, {expected, expectedLength});
+    *error = failure.value_or("");
+    return !failure;
 }

@@ -1,129 +1,138 @@
 #include "download/HciExchange.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
-#include <span>
 
 #include "download/ChipDownloader.h"
 #include "download/HciTrace.h"
+#include "download/ReceiveBuffer.h"
 #include "os/OSTime.h"
 #include "transport/SerialConnector.h"
 #include "util/ByteBuffer.h"
 
 namespace {
 
+using BYTES = std::span<const unsigned char>;
+
 constexpr unsigned int POLL_PERIOD_MS = 4;
 constexpr unsigned int MAX_BYTES_IN_STATUS = 64;
-constexpr unsigned int MAX_DRAINS = 25;
+constexpr unsigned int ROOM_FOR_REPLY = 128;
+constexpr unsigned int ROOM_FOR_DATA = 512;
 
-// Collects received bytes until a pattern shows up or the polls run out.
-class CReplyWait {
+void ShowInStatus(CChipDownloader* downloader, const char* label, BYTES bytes) {
+    downloader->SetStatusDetails(ShowBytesString(
+        label, bytes.data(), static_cast<unsigned int>(bytes.size()), MAX_BYTES_IN_STATUS));
+}
+
+// One command and the wait for its reply.
+class CExchange {
 public:
-    // keepLength: how many bytes must have come before the pattern is searched for, and how many
-    // survive when the buffer is full, so that a pattern cut by the buffer's end still completes.
-    CReplyWait(CSerialConnector* connector, std::span<unsigned char> buffer,
-               unsigned int keepLength, CChipDownloader* downloader)
-        : m_pConnector(connector),
-          m_Buffer(buffer),
-          m_nKeepLength(keepLength),
-          m_pDownloader(downloader) {}
+    CExchange(CSerialConnector* connector, CChipDownloader* downloader, unsigned int room)
+        : m_pConnector(connector), m_pDownloader(downloader), m_Received(room) {}
 
-    bool WaitFor(std::span<const unsigned char> pattern, unsigned int timeoutMS,
-                 std::string* error) {
+    void Send(const CByteBuffer* prefix, BYTES command) {
+        if (command.data() == nullptr) {
+            return;
+        }
+        std::vector<unsigned char> packet = JoinCommand(prefix, command);
+        Trace(m_pDownloader != nullptr ? "Sending to HW " : "Sending bytes to HW: ", packet);
+        // A failed transmission shows up as a missing reply.
+        SendPacket(m_pConnector, std::move(packet));
+    }
+
+    // minLength: how many bytes must have come before the pattern is searched for, and how many
+    // survive when the buffer is full, so that a pattern cut by its end can still complete.
+    ReplyFailure WaitFor(BYTES pattern, std::size_t minLength, unsigned int timeoutMS) {
         const unsigned int polls = std::max(timeoutMS / POLL_PERIOD_MS, 1U);
         for (unsigned int done = 0; done < polls; ++done) {
             PutThreadToSleep(POLL_PERIOD_MS);
-            DropOldBytesWhenFull();
-            *error = FetchMoreReceivedBytes(m_pConnector, m_Buffer.data(), Size(), &m_nCount);
+            DropOldBytesWhenFull(minLength);
+            std::string error = m_Received.Fetch(m_pConnector);
             TraceReceived();
-            if (!error->empty()) {
-                return false;
+            if (!error.empty()) {
+                return error;
             }
-            if (m_nCount >= m_nKeepLength &&
-                FindBytesInBuffer(m_Buffer.data(), m_nCount, pattern.data(),
-                                  static_cast<unsigned int>(pattern.size())) != nullptr) {
-                return true;
+            if (m_Received.Bytes().size() >= minLength && m_Received.Find(pattern) != nullptr) {
+                return std::nullopt;
             }
         }
-        return false;
+        return "";
+    }
+
+    // Sends and waits. The reply begins with matchLength bytes to be found, the rest is filled in.
+    bool Run(const CByteBuffer* prefix, BYTES command, std::span<unsigned char> reply,
+             unsigned int matchLength, unsigned int timeoutMS, std::string* error) {
+        Send(prefix, command);
+        error->clear();
+        if (reply.data() == nullptr) {
+            return true;
+        }
+        if (const auto failure = WaitFor(reply.first(matchLength), reply.size(), timeoutMS)) {
+            *error = *failure;
+            return false;
+        }
+        // Counted from the start of the buffer, not from the pattern, on purpose: data that come
+        // after stray bytes are not trusted, so they must fail their comparison.
+        std::ranges::copy(m_Received.Bytes().first(reply.size()).subspan(matchLength),
+                          reply.begin() + matchLength);
+        return true;
     }
 
 private:
-    unsigned int Size() const { return static_cast<unsigned int>(m_Buffer.size()); }
-
-    void DropOldBytesWhenFull() {
-        if (m_nCount != Size() || m_nKeepLength > m_nCount) {
-            return;
-        }
-        const unsigned int dropped = m_nCount - m_nKeepLength;
-        constexpr char LABEL[] = "Rx buffer full. Throwing out older bytes: ";
+    void Trace(const char* label, BYTES bytes) {
         if (m_pDownloader != nullptr) {
-            ShowInStatus(LABEL, dropped);
+            ShowInStatus(m_pDownloader, label, bytes);
         } else {
-            DebugOut(LABEL, m_Buffer.data(), dropped);
+            DebugOut(label, bytes.data(), static_cast<unsigned int>(bytes.size()));
         }
-        std::memmove(m_Buffer.data(), m_Buffer.data() + dropped, m_nKeepLength);
-        m_nCount = m_nKeepLength;
+    }
+
+    void DropOldBytesWhenFull(std::size_t keptLength) {
+        const BYTES bytes = m_Received.Bytes();
+        if (m_Received.IsFull() && bytes.size() >= keptLength) {
+            const std::size_t dropped = bytes.size() - keptLength;
+            Trace("Rx buffer full. Throwing out older bytes: ", bytes.first(dropped));
+            m_Received.DropFront(dropped);
+        }
     }
 
     // The whole buffer at each poll, not only what is new.
     void TraceReceived() {
-        if (m_nCount == 0) {
+        const BYTES bytes = m_Received.Bytes();
+        if (bytes.empty()) {
             return;
         }
-        DebugOut("Received bytes from HW: ", m_Buffer.data(), m_nCount);
+        DebugOut("Received bytes from HW: ", bytes.data(), static_cast<unsigned int>(bytes.size()));
         if (m_pDownloader != nullptr) {
-            ShowInStatus("So far recvd from HW ", m_nCount);
+            ShowInStatus(m_pDownloader, "So far recvd from HW ", bytes);
         }
-    }
-
-    void ShowInStatus(const char* label, unsigned int count) {
-        m_pDownloader->SetStatusDetails(
-            ShowBytesString(label, m_Buffer.data(), count, MAX_BYTES_IN_STATUS));
     }
 
     CSerialConnector* m_pConnector;
-    std::span<unsigned char> m_Buffer;
-    unsigned int m_nKeepLength;
     CChipDownloader* m_pDownloader;
-    unsigned int m_nCount = 0;
+    CReceiveBuffer m_Received;
 };
 
-void SendAndTrace(CSerialConnector* connector, CByteBuffer* prefix, unsigned char* command,
-                  unsigned int commandLength, CChipDownloader* downloader) {
-    if (command == nullptr) {
-        return;
-    }
-    std::vector<unsigned char> sent = JoinCommand(prefix, command, commandLength);
-    const auto sentLength = static_cast<unsigned int>(sent.size());
-    if (downloader != nullptr) {
-        downloader->SetStatusDetails(
-            ShowBytesString("Sending to HW ", sent.data(), sentLength, MAX_BYTES_IN_STATUS));
-    } else {
-        DebugOut("Sending bytes to HW: ", sent.data(), sentLength);
-    }
-    // A failed transmission shows up as a missing reply.
-    connector->TransmitBytes(sent.data(), sentLength);
-}
-
-// Reads until nothing is left.
-std::string Drain(CChipDownloader* downloader, bool* hadBytes) {
-    std::array<unsigned char, 64> stale;
-    std::string error;
-    unsigned int received = 0;
-    *hadBytes = false;
-    do {
-        received = 0;
-        error = downloader->SerialConnector()->ReadReceivedBytes(
-            stale.data(), static_cast<unsigned int>(stale.size()), &received);
-        if (error.empty() && received > 0) {
-            *hadBytes = true;
-            downloader->SetStatusDetails(ShowBytesString(
-                "Clearing Rx FIFO of bytes: ", stale.data(), received, MAX_BYTES_IN_STATUS));
+// Discards bytes until there are none. While pauses are left, it then waits and looks again if
+// there had been any.
+std::string Drain(CChipDownloader* downloader, unsigned int pauses) {
+    bool hadBytes = false;
+    while (true) {
+        CReceiveBuffer stale(64);
+        std::string error = stale.Fetch(downloader->SerialConnector());
+        if (!error.empty()) {
+            return error;
         }
-    } while (error.empty() && received > 0);
-    return error;
+        if (!stale.Bytes().empty()) {
+            ShowInStatus(downloader, "Clearing Rx FIFO of bytes: ", stale.Bytes());
+            hadBytes = true;
+        } else if (hadBytes && pauses > 0) {
+            PutThreadToSleep(SILENCE_MS);
+            hadBytes = false;
+            --pauses;
+        } else {
+            return {};
+        }
+    }
 }
 
 }  // namespace
@@ -133,14 +142,9 @@ bool SendCommandAndWaitForCompletion(CSerialConnector* connector, CByteBuffer* p
                                      unsigned char* expected, unsigned int expectedLength,
                                      unsigned int timeoutMS, std::string* error,
                                      CChipDownloader* downloader) {
-    error->clear();
-    SendAndTrace(connector, prefix, command, commandLength, downloader);
-    if (expected == nullptr) {
-        return true;
-    }
-    std::array<unsigned char, 128> received;
-    CReplyWait wait(connector, received, expectedLength, downloader);
-    return wait.WaitFor({expected, expectedLength}, timeoutMS, error);
+    return CExchange(connector, downloader, ROOM_FOR_REPLY)
+        .Run(prefix, {command, commandLength}, {expected, expectedLength}, expectedLength,
+             timeoutMS, error);
 }
 
 bool SendCommandAndWaitForCompletionMatchRxStart(CSerialConnector* connector, CByteBuffer* prefix,
@@ -148,82 +152,46 @@ bool SendCommandAndWaitForCompletionMatchRxStart(CSerialConnector* connector, CB
                                                  unsigned char* expected, unsigned int matchLength,
                                                  unsigned int replyLength, unsigned int timeoutMS,
                                                  std::string* error, CChipDownloader* downloader) {
-    error->clear();
-    SendAndTrace(connector, prefix, command, commandLength, downloader);
-    if (expected == nullptr) {
-        return true;
-    }
-    std::array<unsigned char, 512> received;
-    CReplyWait wait(connector, received, replyLength, downloader);
-    if (!wait.WaitFor({expected, matchLength}, timeoutMS, error)) {
-        return false;
-    }
-    // Counted from the start of the buffer, not from where the pattern was found, on purpose: a
-    // reply that is not the first thing received reads as shifted data and fails its comparison.
-    std::copy(received.begin() + matchLength, received.begin() + replyLength,
-              expected + matchLength);
-    return true;
+    return CExchange(connector, downloader, ROOM_FOR_DATA)
+        .Run(prefix, {command, commandLength}, {expected, replyLength}, matchLength, timeoutMS,
+             error);
 }
 
-std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix, const unsigned char* command,
-                                       unsigned int commandLength) {
-    const unsigned int prefixLength = prefix == nullptr ? 0 : prefix->GetDataByteSize();
+ReplyFailure ExecuteCommand(CSerialConnector* connector, const CByteBuffer* prefix,
+                            const HCI_COMMAND& kind, BYTES command) {
+    CExchange exchange(connector, nullptr, ROOM_FOR_REPLY);
+    exchange.Send(prefix, command);
+    const std::vector<unsigned char> expected = kind.Completion();
+    return exchange.WaitFor(expected, expected.size(), kind.m_nTimeoutMs);
+}
+
+std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix, BYTES command) {
     std::vector<unsigned char> joined;
-    joined.reserve(std::size_t{prefixLength} + commandLength);
-    if (prefixLength > 0) {
-        joined.assign(prefix->GetDataBuffer(), prefix->GetDataBuffer() + prefixLength);
+    if (prefix != nullptr) {
+        joined.assign(prefix->GetDataBuffer(), prefix->GetDataBuffer() + prefix->GetDataByteSize());
     }
-    joined.insert(joined.end(), command, command + commandLength);
+    joined.insert(joined.end(), command.begin(), command.end());
     return joined;
 }
 
-std::string FetchMoreReceivedBytes(CSerialConnector* connector, unsigned char* buffer,
-                                   unsigned int bufferSize, unsigned int* count) {
-    if (*count >= bufferSize) {
-        return "Rx buffer full!";
-    }
-    unsigned int received = 0;
-    std::string error =
-        connector->ReadReceivedBytes(buffer + *count, bufferSize - *count, &received);
-    if (error.empty()) {
-        *count += received;
-    }
-    return error;
-}
-
-unsigned char* FindBytesInBuffer(unsigned char* buffer, unsigned int count,
-                                 const unsigned char* pattern, unsigned int patternLength) {
-    if (count < patternLength) {
-        return nullptr;
-    }
-    unsigned char* const end = buffer + count;
-    unsigned char* const found = std::search(buffer, end, pattern, pattern + patternLength);
-    return found == end ? nullptr : found;
+std::string SendPacket(CSerialConnector* connector, std::vector<unsigned char> packet) {
+    return connector->TransmitBytes(packet.data(), static_cast<unsigned int>(packet.size()));
 }
 
 std::string ClearRxFIFO(CChipDownloader* downloader) {
-    bool hadBytes = false;
-    return Drain(downloader, &hadBytes);
+    return Drain(downloader, 0);
 }
 
 std::string DrainUntilSilent(CChipDownloader* downloader) {
-    bool hadBytes = false;
-    std::string error = Drain(downloader, &hadBytes);
-    for (unsigned int drains = 1; hadBytes && error.empty() && drains < MAX_DRAINS; ++drains) {
-        PutThreadToSleep(SILENCE_MS);
-        error = Drain(downloader, &hadBytes);
-    }
-    return error;
+    return Drain(downloader, 500 / SILENCE_MS);
 }
 
 bool PerformHCIReset(CChipDownloader* downloader) {
-    // HCI_Reset, and the opcode and status at the end of its Command Complete event (Bluetooth Core
-    // Vol 4 Part E, 7.3.2).
-    unsigned char command[] = {0x03, 0x0C, 0x00};
-    unsigned char expected[] = {0x03, 0x0C, 0x00};
-    std::string error;
     const CLockGuard access(downloader->AccessLock());
-    return SendCommandAndWaitForCompletion(
-        downloader->SerialConnector(), downloader->UARTTransmitPrefix(), command, sizeof command,
-        expected, sizeof expected, 100, &error, nullptr);
+    CExchange exchange(downloader->SerialConnector(), nullptr, ROOM_FOR_REPLY);
+    exchange.Send(downloader->UARTTransmitPrefix(), HCI_RESET.Bytes());
+    // The opcode and the status, the end of the event, are enough.
+    const std::vector<unsigned char> event = HCI_RESET.Completion();
+    const BYTES expected = BYTES(event).last(3);
+    return !exchange.WaitFor(expected, expected.size(), HCI_RESET.m_nTimeoutMs);
 }

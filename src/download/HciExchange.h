@@ -1,7 +1,11 @@
 #pragma once
 
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
+
+#include "image/HciCommand.h"
 
 class CByteBuffer;
 class CChipDownloader;
@@ -13,8 +17,9 @@ class CSerialConnector;
 // for. Called on one thread at a time for a connector.
 //
 // prefix (may be null) and command go out in one transmission; a null command sends nothing.
-// timeoutMS is in milliseconds; at least one poll is made. *error receives the transport's text: a
-// time-out leaves it empty. downloader may be null; it decides where traces go, nothing else.
+// timeoutMS is in milliseconds; at least one poll is made. *error receives the transport's text and
+// is empty after a time-out. downloader may be null: it gets the traces, which otherwise go to the
+// trace stream.
 
 // True when the expected bytes were found, or at once when expected is null.
 bool SendCommandAndWaitForCompletion(CSerialConnector* connector, CByteBuffer* prefix,
@@ -25,25 +30,27 @@ bool SendCommandAndWaitForCompletion(CSerialConnector* connector, CByteBuffer* p
 
 // The reply is replyLength bytes and begins with the matchLength bytes in expected; on success the
 // rest of expected, which has room for replyLength bytes, is filled from the receive buffer. The
-// reply has to be the first thing received: a stray byte before it shifts what is returned.
+// reply must be the first thing received, see DrainUntilSilent: a byte before it shifts the result.
 bool SendCommandAndWaitForCompletionMatchRxStart(CSerialConnector* connector, CByteBuffer* prefix,
                                                  unsigned char* command, unsigned int commandLength,
                                                  unsigned char* expected, unsigned int matchLength,
                                                  unsigned int replyLength, unsigned int timeoutMS,
                                                  std::string* error, CChipDownloader* downloader);
 
-// The bytes of one transmission: the prefix, when there is one, and the command.
-std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix, const unsigned char* command,
-                                       unsigned int commandLength);
+// Why there is no reply: the transport's error text, empty after a time-out.
+using ReplyFailure = std::optional<std::string>;
 
-// Appends what the transport has received behind the first *count bytes of buffer and moves *count
-// on. Returns an error text; a full buffer is one.
-std::string FetchMoreReceivedBytes(CSerialConnector* connector, unsigned char* buffer,
-                                   unsigned int bufferSize, unsigned int* count);
+// Sends a command, made from this kind, and waits for its completion.
+[[nodiscard]] ReplyFailure ExecuteCommand(CSerialConnector* connector, const CByteBuffer* prefix,
+                                          const HCI_COMMAND& kind,
+                                          std::span<const unsigned char> command);
 
-// The first place in buffer where the whole pattern stands, or null.
-unsigned char* FindBytesInBuffer(unsigned char* buffer, unsigned int count,
-                                 const unsigned char* pattern, unsigned int patternLength);
+// A command as it goes out, with the prefix if there is one.
+std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix,
+                                       std::span<const unsigned char> command);
+
+// Every packet of a download is sent here. Returns the transport's error text.
+std::string SendPacket(CSerialConnector* connector, std::vector<unsigned char> packet);
 
 // Discards what the transport has received so far, without waiting for more.
 std::string ClearRxFIFO(CChipDownloader* downloader);
@@ -54,7 +61,7 @@ inline constexpr unsigned int SILENCE_MS = 20;
 
 // ClearRxFIFO; if there were bytes, repeated until none come for SILENCE_MS, because the rest may
 // still be on the line. Gives up after half a second on a line that never falls silent.
-std::string DrainUntilSilent(CChipDownloader* downloader);
+[[nodiscard]] std::string DrainUntilSilent(CChipDownloader* downloader);
 
-// True when the chip answered HCI_Reset within 100 ms. Takes the access lock.
+// True when the chip answered HCI_Reset. Takes the access lock.
 bool PerformHCIReset(CChipDownloader* downloader);

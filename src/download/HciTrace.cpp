@@ -7,12 +7,6 @@
 
 std::atomic<FILE*> fDebugPrint = nullptr;
 
-namespace {
-
-constexpr int MAX_BYTES_IN_DEBUG_LINE = 32;
-
-}  // namespace
-
 void DebugOut(const char* label, const unsigned char* bytes, unsigned int count) {
     FILE* const stream = fDebugPrint;
     if (stream == nullptr) {
@@ -23,7 +17,7 @@ void DebugOut(const char* label, const unsigned char* bytes, unsigned int count)
     std::string text = CDateTimeHolder(now).AsText() + " " + (label == nullptr ? "" : label);
     if (bytes != nullptr && count != 0) {
         text += FormatText("\n%d bytes: ", static_cast<int>(count));
-        ConcatHexBytesToString(text, bytes, static_cast<int>(count), MAX_BYTES_IN_DEBUG_LINE);
+        ConcatHexBytesToString(text, bytes, static_cast<int>(count), 32);
     }
     std::fprintf(stream, "%s\n", text.c_str());
 }

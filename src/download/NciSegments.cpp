@@ -2,28 +2,53 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 #include "download/ChipDownloader.h"
-#include "download/HciExchange.h"
 #include "download/HciTrace.h"
 #include "os/OSTime.h"
-#include "transport/SerialConnector.h"
 #include "util/FormatText.h"
 
 namespace {
 
-constexpr unsigned int HEADER_SIZE = 4;  // packet indicator and NCI header
-constexpr unsigned int MAX_PAYLOAD_SIZE = 255;
-constexpr unsigned int RECEIVE_TRIES = 200;
-constexpr unsigned int MAX_RECORD_BYTES_SHOWN = 512;
-constexpr unsigned int MAX_SEGMENT_BYTES_SHOWN = 259;
+using BYTES = std::span<const unsigned char>;
 
-unsigned int LowAddressBits(const unsigned char* pointer) {
-    return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(pointer));
+constexpr std::size_t HEADER_SIZE = 4;  // packet indicator and NCI header
+constexpr std::size_t MAX_PAYLOAD_SIZE = 255;
+constexpr unsigned char NCI_INDICATOR = 0x10;
+constexpr unsigned char SEGMENT = 0x3F;  // a proprietary command; more of it follows
+constexpr unsigned char LAST_SEGMENT = 0x2F;
+constexpr unsigned char LOAD_PATCH = 0x2E;
+constexpr std::size_t MAX_REPLY_SIZE = 2048;
+constexpr unsigned int RECEIVE_TRIES = 200;
+
+unsigned int LowAddressBits(BYTES bytes) {
+    return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(bytes.data()));
+}
+
+// Most traces begin with the name of the operation that uses the segments.
+std::string Named(const std::string& text) {
+    return "CCustomX4410ADownloadAssistant::ChunkedTxRx" + text;
+}
+
+std::string ShowBytes(const char* label, BYTES bytes, std::size_t maxShown) {
+    return Named(ShowBytesString(label, bytes.data(), static_cast<unsigned int>(bytes.size()),
+                                 static_cast<unsigned int>(maxShown)));
 }
 
 }  // namespace
+
+ReplyFailure CNciSegments::Exchange(BYTES record, BYTES expected) {
+    Trace("Entered   " +
+          Named(FormatText("  pTxData=%08X  nTxNumBytes=%0d  pRxDataExpected=%08X  "
+                           "nRxExpectedNumBytes=%d",
+                           LowAddressBits(record), static_cast<int>(record.size()),
+                           LowAddressBits(expected), static_cast<int>(expected.size()))));
+    Trace(ShowBytes(" record to send ", record, 512));
+    const std::string sendError = Send(record.subspan(std::min(HEADER_SIZE, record.size())));
+    const ReplyFailure failure = sendError.empty() ? Receive(expected) : sendError;
+    Trace(Named(std::string("  exiting with bCommandCompleted=") + (failure ? "0" : "1")));
+    return failure;
+}
 
 void CNciSegments::Trace(const std::string& text) {
     if (m_pDownloader != nullptr) {
@@ -31,106 +56,71 @@ void CNciSegments::Trace(const std::string& text) {
     }
 }
 
-void CNciSegments::TraceEntry(const unsigned char* txData, unsigned int txLength,
-                              const unsigned char* expected, unsigned int expectedLength) {
-    if (m_pDownloader == nullptr) {
-        return;
-    }
-    Trace(
-        FormatText("Entered   CCustomX4410ADownloadAssistant::ChunkedTxRx  pTxData=%08X  "
-                   "nTxNumBytes=%0d  pRxDataExpected=%08X  nRxExpectedNumBytes=%d",
-                   LowAddressBits(txData), static_cast<int>(txLength), LowAddressBits(expected),
-                   static_cast<int>(expectedLength)));
-    Trace(ShowBytesString("CCustomX4410ADownloadAssistant::ChunkedTxRx record to send ", txData,
-                          txLength, MAX_RECORD_BYTES_SHOWN));
-}
-
-void CNciSegments::TraceExit(bool completed) {
-    Trace(
-        FormatText("CCustomX4410ADownloadAssistant::ChunkedTxRx  exiting with bCommandCompleted=%d",
-                   completed ? 1 : 0));
-}
-
-std::string CNciSegments::Send(std::span<unsigned char> record, unsigned int payloadSize,
-                               unsigned int pauseMS) {
-    std::span<const unsigned char> rest =
-        record.subspan(std::min<std::size_t>(HEADER_SIZE, record.size()));
-    const std::size_t segmentSize = std::clamp(payloadSize, 1U, MAX_PAYLOAD_SIZE);
+std::string CNciSegments::Send(BYTES payload) {
+    const std::size_t segmentSize = std::clamp<std::size_t>(m_nPayloadSize, 1, MAX_PAYLOAD_SIZE);
     std::string error;
-    while (!rest.empty() && error.empty()) {
+    while (!payload.empty() && error.empty()) {
         Trace(
-            FormatText("CCustomX4410ADownloadAssistant::ChunkedTxRx  top of tx loop with "
-                       "remaining nTxNumBytes=%d",
-                       static_cast<int>(rest.size())));
-        const std::size_t n = std::min(segmentSize, rest.size());
-        error = SendSegment(rest.first(n), n == rest.size());
-        rest = rest.subspan(n);
-        if (!rest.empty()) {
-            PutThreadToSleep(pauseMS);
+            Named("  top of tx loop with remaining nTxNumBytes=" + std::to_string(payload.size())));
+        const std::size_t n = std::min(segmentSize, payload.size());
+        error = SendSegment(payload.first(n), n == payload.size());
+        payload = payload.subspan(n);
+        if (!payload.empty()) {
+            PutThreadToSleep(m_nTxPauseMS);
         }
     }
     return error;
 }
 
-std::string CNciSegments::SendSegment(std::span<const unsigned char> payload, bool isLast) {
-    std::array<unsigned char, HEADER_SIZE + MAX_PAYLOAD_SIZE> segment = {
-        0x10, static_cast<unsigned char>(isLast ? 0x2F : 0x3F), 0x2E,
-        static_cast<unsigned char>(payload.size())};
-    std::copy(payload.begin(), payload.end(), segment.begin() + HEADER_SIZE);
-    const auto size = static_cast<unsigned int>(HEADER_SIZE + payload.size());
-    Trace(ShowBytesString("CCustomX4410ADownloadAssistant::ChunkedTxRx sending chunk to HW ",
-                          segment.data(), size, MAX_SEGMENT_BYTES_SHOWN));
-    return m_pConnector->TransmitBytes(segment.data(), size);
+std::string CNciSegments::SendSegment(BYTES payload, bool isLast) {
+    std::vector<unsigned char> segment = {NCI_INDICATOR, isLast ? LAST_SEGMENT : SEGMENT,
+                                          LOAD_PATCH, static_cast<unsigned char>(payload.size())};
+    segment.insert(segment.end(), payload.begin(), payload.end());
+    Trace(ShowBytes(" sending chunk to HW ", segment, HEADER_SIZE + MAX_PAYLOAD_SIZE));
+    return SendPacket(m_pConnector, std::move(segment));
 }
 
-bool CNciSegments::Receive(std::span<const unsigned char> expected, unsigned int pauseMS,
-                           std::string* error) {
-    bool found = false;
-    for (unsigned int tries = 0; tries < RECEIVE_TRIES && !found && error->empty(); ++tries) {
-        *error = FetchMoreReceivedBytes(m_pConnector, m_Chunk.data(),
-                                        static_cast<unsigned int>(m_Chunk.size()), &m_nChunkBytes);
+ReplyFailure CNciSegments::Receive(BYTES expected) {
+    for (unsigned int tries = 0; tries < RECEIVE_TRIES; ++tries) {
+        std::string error = m_Chunk.Fetch(m_pConnector);
         TakeOnePacket();
-        found = error->empty() && FindExpected(expected);
-        if (!found) {
-            PutThreadToSleep(pauseMS);
+        if (!error.empty()) {
+            return error;
         }
+        if (FindExpected(expected)) {
+            return std::nullopt;
+        }
+        PutThreadToSleep(m_nRxPauseMS);
     }
-    return found;
+    return "";
 }
 
 // Moves the first packet, once it is whole, to the reply. What follows it stays for the next try.
 void CNciSegments::TakeOnePacket() {
-    if (m_nChunkBytes < HEADER_SIZE || m_nChunkBytes < m_Chunk[3] + HEADER_SIZE) {
+    const BYTES received = m_Chunk.Bytes();
+    if (received.size() < HEADER_SIZE || received.size() < HEADER_SIZE + received[3]) {
         return;
     }
-    const unsigned int size = m_Chunk[3] + HEADER_SIZE;
-    if (m_nReplyBytes + size <= m_Reply.size()) {
-        std::memcpy(m_Reply.data() + m_nReplyBytes, m_Chunk.data(), size);
-        m_nReplyBytes += size;
+    const BYTES packet = received.first(HEADER_SIZE + received[3]);
+    if (m_Reply.size() + packet.size() <= MAX_REPLY_SIZE) {
+        m_Reply.insert(m_Reply.end(), packet.begin(), packet.end());
     } else {
-        Trace(
-            FormatText("CCustomX4410ADownloadAssistant::ChunkedTxRx out of arRxByteBuf space   "
-                       "nNumRxBytes=%d    new chunk nThisChunkSizeExpected=%d",
-                       static_cast<int>(m_nReplyBytes), static_cast<int>(size)));
+        Trace(Named(" out of arRxByteBuf space   nNumRxBytes=" + std::to_string(m_Reply.size()) +
+                    "    new chunk nThisChunkSizeExpected=" + std::to_string(packet.size())));
     }
-    if (m_nChunkBytes > size) {
-        Trace(
-            FormatText("  Shifting arRxChunk because it contains more than one chunk. Total "
-                       "length=%d  this chunk=%d",
-                       static_cast<int>(m_nChunkBytes), static_cast<int>(size)));
-        std::memmove(m_Chunk.data(), m_Chunk.data() + size, m_nChunkBytes - size);
+    if (received.size() > packet.size()) {
+        Trace("  Shifting arRxChunk because it contains more than one chunk. Total length=" +
+              std::to_string(received.size()) + "  this chunk=" + std::to_string(packet.size()));
     }
-    m_nChunkBytes -= size;
+    m_Chunk.DropFront(packet.size());
 }
 
-bool CNciSegments::FindExpected(std::span<const unsigned char> expected) {
-    if (m_nReplyBytes < expected.size()) {
+bool CNciSegments::FindExpected(BYTES expected) {
+    if (m_Reply.size() < expected.size()) {
         return false;
     }
-    Trace(
-        FormatText("        nNumRxBytes=%d   nRxExpectedNumBytes=%d    calling "
-                   "FindBytesInBuffer ",
-                   static_cast<int>(m_nReplyBytes), static_cast<int>(expected.size())));
-    return FindBytesInBuffer(m_Reply.data(), m_nReplyBytes, expected.data(),
-                             static_cast<unsigned int>(expected.size())) != nullptr;
+    Trace("        nNumRxBytes=" + std::to_string(m_Reply.size()) + "   nRxExpectedNumBytes=" +
+          std::to_string(expected.size()) + "    calling FindBytesInBuffer ");
+    return std::search(m_Reply.begin(), m_Reply.end(), expected.begin(), expected.end()) !=
+           m_Reply.end();
 }

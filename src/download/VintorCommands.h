@@ -13,8 +13,9 @@ class CSerialConnector;
 bool VintorDownloadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
                                 const unsigned char* data, unsigned char n, unsigned int address);
 
-// Read RAM: reads n bytes at address back and compares. *error names the first byte that differs,
-// with its address and both values, or what went wrong with the exchange.
+// Read RAM: reads n bytes at address back and compares them, on a silent line (DrainUntilSilent).
+// *error names the first byte that differs, with its address and both values, or says what went
+// wrong with the exchange; it is empty exactly when the bytes are equal.
 bool VintorVerifySingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
                               const unsigned char* data, unsigned char n, unsigned int address,
                               std::string* error);
@@ -25,8 +26,9 @@ bool VintorMinidriverLaunch(CChipDownloader* downloader, unsigned int address);
 // Launch RAM at the launch address of the loading information; reports the same way.
 bool VintorDownloadReset(CChipDownloader* downloader);
 
-// Erases the chip's non-volatile memory and waits for it, about 25 s between two progress events
-// and 50 s in all at most. A failure is set as the error.
+// Erases the chip's non-volatile memory and waits until it is done: for 25 s without a word from
+// the chip, for 50 s in all. A failure is set as the error. The access lock is free meanwhile, so
+// that progress can be polled.
 bool VintorChipErase(CChipDownloader* downloader);
 
 // Lets the chip compute the CRC-32 of byteCount bytes at address and compares. A difference or a

@@ -83,15 +83,10 @@ std::string CChipDownloader::VintorDownloadFinalPreparations() {
 }
 
 std::string CChipDownloader::VintorDownloadMinidriverCommand() {
-    unsigned char command[] = {0x2E, 0xFC, 0x00};
-    unsigned char expected[] = {0x0E, 0x04, 0x01, 0x2E, 0xFC, 0x00};
-    std::string error;
-    if (!SendCommandAndWaitForCompletion(m_pConnector, UARTTransmitPrefix(), command,
-                                         sizeof command, expected, sizeof expected, 100, &error,
-                                         nullptr)) {
-        error += " VintorDownloadMinidriver failed!";
-    }
-    return error;
+    const ReplyFailure failure =
+        ExecuteCommand(m_pConnector, UARTTransmitPrefix(), HCI_DOWNLOAD_MINIDRIVER,
+                       HCI_DOWNLOAD_MINIDRIVER.Bytes());
+    return failure ? *failure + " VintorDownloadMinidriver failed!" : "";
 }
 
 std::string CChipDownloader::VintorPreDownloadSendMessages() {
