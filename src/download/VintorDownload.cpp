@@ -6,7 +6,6 @@
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
 #include "download/VintorImages.h"
-#include "download/VintorMinidriver.h"
 #include "util/Crc32.h"
 #include "util/TextCase.h"
 

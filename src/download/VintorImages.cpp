@@ -6,252 +6,248 @@
 #include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
-#include "download/WriteSize.h"
 #include "os/OSTime.h"
 #include "util/Crc32.h"
 #include "util/FormatText.h"
 #include "util/HexText.h"
+#include "util/NumberText.h"
 #include "util/Wrap32.h"
 
 namespace {
 
-// One pass over all images of one kind.
+constexpr unsigned int NO_CHUNK = CChipImageLoadingInformation::NO_CHUNK;
+
+// A pass over all images of a kind, and its texts: formats for a record's size and address, its
+// source and what went wrong. Scripts match them, so words and blanks stay as different as they
+// are.
+struct CPass {
+    const char* m_szKind;
+    DownloadStates m_EntryState;
+    DownloadStates m_State;
+    const char* m_szFailed;
+    const char* m_szDone;
+
+    bool IsMinidriver() const { return m_State == DOWNLOAD_LOADING_MINIDRIVER; }
+    bool IsCode() const {
+        return m_State == DOWNLOAD_LOADING_CODE || m_State == DOWNLOAD_VERIFYING_CODE;
+    }
+    bool Verifies() const { return m_EntryState == DOWNLOAD_READY_TO_VERIFY; }
+};
+
+constexpr CPass WRITE_MINIDRIVER = {
+    "MINIDRIVER", DOWNLOAD_INITIALIZED, DOWNLOAD_LOADING_MINIDRIVER,
+    "Download minidriver error trying to write %0d bytes to address 0x%08X",
+    "Download minidriver successfully had written %0d bytes to address 0x%08X"};
+constexpr CPass WRITE_FIRMWARE = {
+    "FIRMWARE", DOWNLOAD_READY_TO_DOWNLOAD, DOWNLOAD_LOADING_CODE,
+    "Download firmware error trying to write %0d bytes to address 0x%08X %s",
+    "Download firmware successfully had written %0d bytes to address 0x%08X: "};
+constexpr CPass WRITE_CONFIG = {
+    "CONFIG", DOWNLOAD_READY_TO_DOWNLOAD, DOWNLOAD_LOADING_DATA,
+    "Download config error trying to write %0d bytes to address 0x%08X %s",
+    "Download config successfully had written %0d bytes to address 0x%08X: "};
+constexpr CPass VERIFY_FIRMWARE = {
+    "FIRMWARE", DOWNLOAD_READY_TO_VERIFY, DOWNLOAD_VERIFYING_CODE,
+    "Download firmware error trying to verify %0d bytes to address 0x%08X %s   (%s)",
+    "Download firmware successfully verified %0d bytes at address 0x%08X: "};
+constexpr CPass VERIFY_CONFIG = {
+    "CONFIG", DOWNLOAD_READY_TO_VERIFY, DOWNLOAD_VERIFYING_DATA,
+    "Download config error trying to verify %0d bytes at address 0x%08X %s (%s)",
+    "Download config successfully had verified %0d bytes at address 0x%08X: "};
+
+// Takes images of one kind to the chip, or reads them back: range by range, record by record.
 class CImagePass {
 public:
-    CImagePass(CChipDownloader* downloader, const char* kind, bool isCode)
-        : m_pDownloader(downloader), m_szKind(kind), m_bIsCode(isCode) {}
-    CImagePass(const CImagePass&) = delete;
-    CImagePass& operator=(const CImagePass&) = delete;
-    virtual ~CImagePass() = default;
+    CImagePass(CChipDownloader* downloader, const CPass& pass, bool checkCRC)
+        : m_pDownloader(downloader), m_Pass(pass), m_bCheckCRC(checkCRC) {}
 
-    bool Run(DownloadStates entryState, DownloadStates workingState) {
-        CChipImageLoadingInformation& info = *m_pDownloader->DownloadInfo();
-        unsigned int index = info.FindNextDataChunk(nullptr, m_szKind, 0);
-        m_nWriteSize = GetMaxWriteSize(info);
-        if (!Enter(entryState, workingState, index)) {
+    bool Run() {
+        unsigned int index = FindImage(0);
+        if (!Enter(index)) {
             return false;
         }
-        while (index != CChipImageLoadingInformation::NO_CHUNK && m_pDownloader->IsRunning()) {
-            if (!RunChunk(info.GetChunk(index))) {
+        if (m_Pass.Verifies()) {
+            // Bytes that follow the last reply of a write may still be on the line.
+            PutThreadToSleep(SILENCE_MS);
+        }
+        while (index != NO_CHUNK && m_pDownloader->IsRunning()) {
+            if (!RunImage(m_pDownloader->DownloadInfo()->GetChunk(index))) {
                 return false;
             }
-            index = info.FindNextDataChunk(nullptr, m_szKind, index + 1);
+            // Of minidrivers only the first counts.
+            index = m_Pass.IsMinidriver() ? NO_CHUNK : FindImage(index + 1);
         }
         return m_pDownloader->IsRunning();
     }
 
-protected:
-    struct CRecord {
-        unsigned char* m_pData;
-        unsigned char m_nSize;
-        unsigned int m_nAddress;
-    };
-
-    CChipDownloader* Downloader() const { return m_pDownloader; }
-    bool IsCode() const { return m_bIsCode; }
-    const std::string& SourceText() const { return m_strSource; }
-
-    // One exchange, under the access lock. Sets the error when it fails.
-    virtual bool ExchangeRecord(const CRecord& record) = 0;
-    virtual std::string SuccessText(const CRecord& record) const = 0;
-    virtual void CountBytes(unsigned int n) = 0;
-    virtual void RangeBegins() {}
-    virtual bool IsFilledArea() const { return true; }
-    virtual bool RangeEnds(const CByteBuffer& /*range*/) { return true; }
+    // The first image at or after the index, or NO_CHUNK.
+    unsigned int FindImage(unsigned int index) const {
+        return m_pDownloader->DownloadInfo()->FindNextDataChunk(nullptr, m_Pass.m_szKind, index);
+    }
 
 private:
-    bool Enter(DownloadStates entryState, DownloadStates workingState, unsigned int index) {
+    bool Enter(unsigned int index) {
         const CLockGuard access(m_pDownloader->AccessLock());
-        if (m_pDownloader->GetStatus(nullptr, nullptr, nullptr, nullptr) != entryState) {
+        const DownloadStates state = m_pDownloader->GetStatus(nullptr, nullptr, nullptr, nullptr);
+        if (state != m_Pass.m_EntryState) {
+            if (m_Pass.IsMinidriver()) {
+                m_pDownloader->SetError("VintorDownloadMinidriver: unexpected state " +
+                                        CChipDownloader::GetStateName(state));
+            }
             return false;
         }
-        if (index == CChipImageLoadingInformation::NO_CHUNK) {
-            m_pDownloader->SetError(FormatText("%s chunk not found!", m_szKind));
+        if (index == NO_CHUNK) {
+            m_pDownloader->SetError(FormatText("%s chunk not found!", m_Pass.m_szKind));
             return false;
         }
-        m_pDownloader->SetState(workingState);
+        m_nMaxSize = MaxRecordSize();
+        m_pDownloader->SetState(m_Pass.m_State);
+        if (m_Pass.IsMinidriver()) {
+            m_pDownloader->ReportProgress(nullptr);
+        }
         return true;
     }
 
-    bool RunChunk(const CChipImageByteData& chunk) {
-        m_strSource = FormatText("   (SOURCE:  %s   %s   %s)", chunk.GetSourceType(),
-                                 chunk.GetName(), chunk.GetSourceId());
-        {
+    bool RunImage(const CChipImageByteData& image) {
+        m_strSource = FormatText("   (SOURCE:  %s   %s   %s)", image.GetSourceType(),
+                                 image.GetName(), image.GetSourceId());
+        if (!m_Pass.IsMinidriver()) {
             const CLockGuard access(m_pDownloader->AccessLock());
-            m_pDownloader->AddLogText(FormatText(
-                "Downloading %s ...  %s", m_bIsCode ? "firmware" : "config", m_strSource.c_str()));
+            m_pDownloader->AddLogText(std::string("Downloading ") +
+                                      (m_Pass.IsCode() ? "firmware" : "config") + " ...  " +
+                                      m_strSource);
         }
-        for (unsigned int i = 0; i < chunk.CountContiguousRanges(); ++i) {
-            if (!m_pDownloader->IsRunning() || !RunRange(chunk.GetByteBuffer(i))) {
+        for (unsigned int i = 0; i < image.CountContiguousRanges(); ++i) {
+            if (!RunRange(image.GetByteBuffer(i))) {
                 return false;
             }
         }
         return true;
+    }
+
+    unsigned int MaxRecordSize() const {
+        const CChipImageLoadingInformation& info = *m_pDownloader->DownloadInfo();
+        unsigned int size = m_Pass.IsMinidriver() ? info.GetDLMinidriverChunkSizeOverride() : 0;
+        const CDownloadRulesSet* rules = info.GetRules();
+        if (size == 0 &&
+            (rules == nullptr ||
+             !TryToGetUIntValue(rules->GetDownloadParameter("DLMaxWriteSize"), &size))) {
+            return 32;
+        }
+        return size;
     }
 
     bool RunRange(const CByteBuffer& range) {
-        RangeBegins();
         const unsigned int size = range.GetDataByteSize();
-        unsigned int offset = 0;
-        while (offset < size) {
+        for (unsigned int offset = 0; offset < size;) {
             if (!m_pDownloader->IsRunning()) {
                 return false;
             }
-            // The length is one byte on the wire and is cut to it without a check, on purpose: with
-            // a write size of 256 no record ever gets ahead, until the download is canceled.
-            const auto n = static_cast<unsigned char>(std::min(m_nWriteSize, size - offset));
-            const CRecord record = {range.GetDataBuffer() + offset, n,
-                                    WrappingAdd(range.GetBaseAddress(), offset)};
-            if (!RunRecord(range, record, &offset)) {
+            // Truncated to the one byte of the wire without a check, on purpose: a size that is
+            // out of range keeps its meaning. 256 sends empty records until the user cancels.
+            const auto n = static_cast<unsigned char>(std::min(m_nMaxSize, size - offset));
+            const CLockGuard access(m_pDownloader->AccessLock());
+            if (!RunRecord(range, offset, n)) {
                 return false;
             }
+            offset += n;
         }
-        {
+        if (!m_Pass.IsMinidriver()) {
             const CLockGuard access(m_pDownloader->AccessLock());
-            if (IsFilledArea()) {
-                m_pDownloader->RecordCompletedMemSegment(range.GetBaseAddress(), size, m_bIsCode);
+            // Code is listed again when it is verified, configuration data are not.
+            if (m_Pass.IsCode() || !m_Pass.Verifies()) {
+                m_pDownloader->RecordCompletedMemSegment(range.GetBaseAddress(), size,
+                                                         m_Pass.IsCode());
             }
             m_pDownloader->ClearLoadingBlockInfo();
         }
-        return !m_pDownloader->IsCanceled() && RangeEnds(range);
+        return m_pDownloader->IsRunning() &&
+               (!m_bCheckCRC || VerifyCRC(m_pDownloader, range.GetBaseAddress(), size,
+                                          crc(range.GetDataBuffer(), size)));
     }
 
-    bool RunRecord(const CByteBuffer& range, const CRecord& record, unsigned int* offset) {
-        const CLockGuard access(m_pDownloader->AccessLock());
-        if (!ExchangeRecord(record)) {
+    bool RunRecord(const CByteBuffer& range, unsigned int offset, unsigned char n) {
+        const unsigned char* const data = range.GetDataBuffer() + offset;
+        const unsigned int address = WrappingAdd(range.GetBaseAddress(), offset);
+        if (!Exchange(data, n, address)) {
             return false;
         }
-        std::string text = SuccessText(record);
-        ConcatHexBytesToString(text, record.m_pData, record.m_nSize, m_bIsCode ? 16 : 256);
+        std::string text = FormatText(m_Pass.m_szDone, n, address);
+        if (!m_Pass.IsMinidriver()) {
+            ConcatHexBytesToString(text, data, n, m_Pass.IsCode() ? 16 : 256);
+        }
         m_pDownloader->SetStatusDetails(text);
-        *offset += record.m_nSize;
-        CountBytes(record.m_nSize);
-        m_pDownloader->UpdateLoadingBlockInfo(range.GetBaseAddress(),
-                                              static_cast<int>(range.GetDataByteSize()),
-                                              static_cast<int>(*offset), m_bIsCode);
+        if (!m_Pass.IsMinidriver()) {
+            Count(n);
+            m_pDownloader->UpdateLoadingBlockInfo(range.GetBaseAddress(),
+                                                  static_cast<int>(range.GetDataByteSize()),
+                                                  static_cast<int>(offset + n), m_Pass.IsCode());
+        }
         m_pDownloader->ReportProgress(text);
         return true;
     }
 
+    void Count(unsigned char n) {
+        if (m_Pass.Verifies()) {
+            m_pDownloader->IncrementVerifyByteCounter(m_Pass.IsCode(), n);
+        } else {
+            m_pDownloader->IncrementDownloadByteCounter(m_Pass.IsCode(), n);
+        }
+    }
+
+    // Writes the record, or reads it back and compares. A failure is set as the error.
+    bool Exchange(const unsigned char* data, unsigned char n, unsigned int address) {
+        CSerialConnector* const connector = m_pDownloader->SerialConnector();
+        CByteBuffer* const prefix = m_pDownloader->UARTTransmitPrefix();
+        std::string error;
+        bool isDone = false;
+        if (m_Pass.Verifies()) {
+            // What an earlier reply left behind would be taken for the data.
+            error = DrainUntilSilent(m_pDownloader);
+            isDone = error.empty() &&
+                     VintorVerifySingleRecord(connector, prefix, data, n, address, &error);
+        } else {
+            isDone = VintorDownloadSingleRecord(connector, prefix, data, n, address);
+        }
+        if (!isDone) {
+            m_pDownloader->SetError(
+                FormatText(m_Pass.m_szFailed, n, address, m_strSource.c_str(), error.c_str()));
+        }
+        return isDone;
+    }
+
     CChipDownloader* m_pDownloader;
-    const char* m_szKind;
-    bool m_bIsCode;
-    unsigned int m_nWriteSize = 0;
-    std::string m_strSource;
-};
-
-class CWritePass final : public CImagePass {
-public:
-    CWritePass(CChipDownloader* downloader, const char* kind, bool isCode, bool checkCRC)
-        : CImagePass(downloader, kind, isCode), m_bCheckCRC(checkCRC) {}
-
-private:
-    const char* Word() const { return IsCode() ? "firmware" : "config"; }
-
-    bool ExchangeRecord(const CRecord& record) override {
-        CChipDownloader* downloader = Downloader();
-        if (!VintorDownloadSingleRecord(downloader->SerialConnector(),
-                                        downloader->UARTTransmitPrefix(), record.m_pData,
-                                        record.m_nSize, record.m_nAddress)) {
-            downloader->SetError(
-                FormatText("Download %s error trying to write %0d bytes to address 0x%08X %s",
-                           Word(), record.m_nSize, record.m_nAddress, SourceText().c_str()));
-            return false;
-        }
-        if (m_bCheckCRC) {
-            m_nCRC = update_crc(m_nCRC, record.m_pData, record.m_nSize);
-        }
-        return true;
-    }
-
-    std::string SuccessText(const CRecord& record) const override {
-        return FormatText("Download %s successfully had written %0d bytes to address 0x%08X: ",
-                          Word(), record.m_nSize, record.m_nAddress);
-    }
-
-    void CountBytes(unsigned int n) override {
-        Downloader()->IncrementDownloadByteCounter(IsCode(), n);
-    }
-
-    void RangeBegins() override { m_nCRC = INITIAL_CRC_VALUE; }
-
-    bool RangeEnds(const CByteBuffer& range) override {
-        return !m_bCheckCRC ||
-               VerifyCRC(Downloader(), range.GetBaseAddress(), range.GetDataByteSize(),
-                         final_update_crc(m_nCRC, nullptr, 0));
-    }
-
+    const CPass& m_Pass;
     bool m_bCheckCRC;
-    unsigned int m_nCRC = INITIAL_CRC_VALUE;
-};
-
-class CVerifyPass final : public CImagePass {
-public:
-    using CImagePass::CImagePass;
-
-private:
-    bool ExchangeRecord(const CRecord& record) override {
-        CChipDownloader* downloader = Downloader();
-        // What an earlier reply left behind would be taken for the data.
-        std::string error = DrainUntilSilent(downloader);
-        if (error.empty() && VintorVerifySingleRecord(
-                                 downloader->SerialConnector(), downloader->UARTTransmitPrefix(),
-                                 record.m_pData, record.m_nSize, record.m_nAddress, &error)) {
-            return true;
-        }
-        downloader->SetError(FailureText(record, error));
-        return false;
-    }
-
-    // The two kinds differ in their words and blanks; users' scripts know them so.
-    std::string FailureText(const CRecord& record, const std::string& error) const {
-        return IsCode()
-                   ? FormatText(
-                         "Download firmware error trying to verify %0d bytes to "
-                         "address 0x%08X %s   (%s)",
-                         record.m_nSize, record.m_nAddress, SourceText().c_str(), error.c_str())
-                   : FormatText(
-                         "Download config error trying to verify %0d bytes at address "
-                         "0x%08X %s (%s)",
-                         record.m_nSize, record.m_nAddress, SourceText().c_str(), error.c_str());
-    }
-
-    std::string SuccessText(const CRecord& record) const override {
-        return FormatText("Download %s verified %0d bytes at address 0x%08X: ",
-                          IsCode() ? "firmware successfully" : "config successfully had",
-                          record.m_nSize, record.m_nAddress);
-    }
-
-    void CountBytes(unsigned int n) override {
-        Downloader()->IncrementVerifyByteCounter(IsCode(), n);
-    }
-
-    // Verified configuration data make no entry in the list of filled areas; verified code does.
-    bool IsFilledArea() const override { return IsCode(); }
+    unsigned int m_nMaxSize = 0;
+    std::string m_strSource;
 };
 
 }  // namespace
 
+bool VintorDownloadMinidriver(CChipDownloader* downloader) {
+    CImagePass pass(downloader, WRITE_MINIDRIVER, false);
+    if (!pass.Run()) {
+        return false;
+    }
+    const CChipImageByteData& image = downloader->DownloadInfo()->GetChunk(pass.FindImage(0));
+    return VintorMinidriverLaunch(downloader, image.IsLaunchAddressKnown()
+                                                  ? image.GetLaunchAddress()
+                                                  : image.GetFirstAddressLoaded());
+}
+
 bool VintorDownloadFirmware(CChipDownloader* downloader, bool checkCRC) {
-    return CWritePass(downloader, "FIRMWARE", true, checkCRC)
-        .Run(DOWNLOAD_READY_TO_DOWNLOAD, DOWNLOAD_LOADING_CODE);
+    return CImagePass(downloader, WRITE_FIRMWARE, checkCRC).Run();
 }
 
 bool VintorDownloadConfigData(CChipDownloader* downloader, bool checkCRC) {
-    return CWritePass(downloader, "CONFIG", false, checkCRC)
-        .Run(DOWNLOAD_READY_TO_DOWNLOAD, DOWNLOAD_LOADING_DATA);
+    return CImagePass(downloader, WRITE_CONFIG, checkCRC).Run();
 }
 
-// Bytes that follow the last reply of a write may still be on the line: the first drain would miss
-// them if it came at once.
 bool VintorVerifyFirmware(CChipDownloader* downloader) {
-    PutThreadToSleep(SILENCE_MS);
-    return CVerifyPass(downloader, "FIRMWARE", true)
-        .Run(DOWNLOAD_READY_TO_VERIFY, DOWNLOAD_VERIFYING_CODE);
+    return CImagePass(downloader, VERIFY_FIRMWARE, false).Run();
 }
 
 bool VintorVerifyConfigData(CChipDownloader* downloader) {
-    PutThreadToSleep(SILENCE_MS);
-    return CVerifyPass(downloader, "CONFIG", false)
-        .Run(DOWNLOAD_READY_TO_VERIFY, DOWNLOAD_VERIFYING_DATA);
+    return CImagePass(downloader, VERIFY_CONFIG, false).Run();
 }

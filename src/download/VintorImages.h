@@ -6,7 +6,12 @@ class CChipDownloader;
 // Each returns whether the download goes on: a failure has set the error; a pass entered in the
 // wrong state, or left because of a cancel, returns false without a message.
 
-// Write, from state "ready to download"; with checkCRC the chip checks each range when it is full.
+// Writes the minidriver and launches it, from state "Initialized"; any other state is an error.
+// Counts nothing and records no filled area.
+bool VintorDownloadMinidriver(CChipDownloader* downloader);
+
+// Write, from state "ready to download"; with checkCRC the chip checks each range once it is
+// written.
 bool VintorDownloadFirmware(CChipDownloader* downloader, bool checkCRC);
 bool VintorDownloadConfigData(CChipDownloader* downloader, bool checkCRC);
 

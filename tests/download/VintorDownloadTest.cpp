@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include "download/VintorImages.h"
-#include "download/VintorMinidriver.h"
 #include "support/DownloadSetup.h"
 #include "support/FakeClock.h"
 #include "support/SampleImages.h"
