@@ -28,6 +28,6 @@ function(hciload_test name)
     target_compile_definitions(${name} PRIVATE HCILOAD_SANITIZE="${HCILOAD_SANITIZE}")
     # Tests are compiled more often than they run; what they test is optimized.
     target_compile_options(${name} PRIVATE -O0)
-    target_link_libraries(${name} PRIVATE libhciload hciload_options GTest::gmock GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE chipsim_core hciload_options GTest::gmock GTest::gtest_main)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()

@@ -58,7 +58,7 @@ constexpr std::string_view RECORDS =
 void WriteFiles(const CTempDir& folder) {
     folder.Write("md.hex", IntelHexText({MINIDRIVER}));
     folder.Write("fw.hex", IntelHexText({FIRMWARE}));
-    folder.Write("cfg.hcd", HcdFile({CONFIG}, FIRMWARE.m_nAddress));
+    folder.Write("cfg.hcd", HcdFile({CONFIG}, FIRMWARE.address));
     folder.Write("board.vnp",
                  "DevicePreset = \"Board\"\nDLConfigTargeting = FLASH\n"
                  "DLSectorEraseMode = Chip erase\nDLWriteVerifyMode = Write and verify\n");

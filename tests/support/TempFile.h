@@ -1,31 +1,15 @@
 #pragma once
 
-#include <stdlib.h>
-#include <unistd.h>
+#include "support/TempDir.h"
 
-#include <fstream>
-#include <string>
-#include <string_view>
-
-// A file with the given bytes that goes away with the object.
+// A file with the given bytes for the life of the object.
 class CTempFile {
 public:
-    explicit CTempFile(std::string_view contents) {
-        char name[] = "/tmp/hciload-test-XXXXXX";
-        const int fd = mkstemp(name);
-        if (fd >= 0) {
-            close(fd);
-        }
-        m_strName = name;
-        std::ofstream(m_strName, std::ios::binary)
-            .write(contents.data(), static_cast<std::streamsize>(contents.size()));
-    }
-    CTempFile(const CTempFile&) = delete;
-    CTempFile& operator=(const CTempFile&) = delete;
-    ~CTempFile() { unlink(m_strName.c_str()); }
+    explicit CTempFile(std::string_view contents) : m_strName(m_Folder.Write("file", contents)) {}
 
     const char* Name() const { return m_strName.c_str(); }
 
 private:
-    std::string m_strName;
+    const CTempDir m_Folder;
+    const std::string m_strName;
 };
