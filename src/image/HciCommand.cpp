@@ -29,6 +29,5 @@ std::vector<unsigned char> HCI_COMMAND::Bytes(std::uint32_t number,
 }
 
 std::vector<unsigned char> HCI_COMMAND::Completion(unsigned char returnSize) const {
-    return {0x0E, LowByte(4U + returnSize), 0x01, LowByte(m_nOpcode), LowByte(m_nOpcode >> 8),
-            0};
+    return {0x0E, LowByte(4U + returnSize), 0x01, LowByte(m_nOpcode), LowByte(m_nOpcode >> 8), 0};
 }
