@@ -132,7 +132,7 @@ TEST(FaultMatrix, EachRowOfThePageIsTrue) {
     std::vector<FAULT_ROW> rows = ReadPage();
     EXPECT_GT(rows.size(), 200U);
     // The longest first, so that none of them is left over at the end.
-    std::ranges::stable_partition(rows, [](const FAULT_ROW& row) {
+    std::stable_partition(rows.begin(), rows.end(), [](const FAULT_ROW& row) {
         return row.fault.starts_with("erase") && !row.errors.empty();
     });
     RunSideBySide(rows, CheckRow);
