@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "download/HciExchange.h"
 #include "download/VintorImages.h"
 #include "support/ArrivalTimes.h"
 #include "support/DownloadSetup.h"
@@ -15,18 +16,39 @@ constexpr char SILENT[] = "Chip erase timeout (nLastProgressReportTime)";
 constexpr char ENDLESS[] = "Chip erase timeout (nMaxLoopTries)";
 constexpr char CRC[] = "04 0E 08 01 CC FC 00 78 56 34 12";
 constexpr char NO_CRC[] = "CRC timeout while checking 5 bytes starting at address 0x00200000";
+constexpr char LAUNCHED[] = "04 0E 04 01 4E FC 00";
+constexpr char NO_RESET[] = "no reset";
+
+bool Reset(CChipDownloader* downloader) {
+    const bool isReset = PerformHCIReset(downloader);
+    if (!isReset) {
+        downloader->SetError(NO_RESET);
+    }
+    return isReset;
+}
+
+bool Launch(CChipDownloader* downloader) {
+    return VintorMinidriverLaunch(downloader, 0xFFFFFFFF);
+}
 
 bool CheckCRC(CChipDownloader* downloader) {
     return VerifyCRC(downloader, 0x200000, 5, 0x12345678);
 }
 
-TEST(VintorCommands, EraseAndCRCEndInTime) {
+TEST(VintorCommands, EachWaitsForItsReplyAndNoLonger) {
     const struct {
         bool (*m_pfnCommand)(CChipDownloader*);
         Arrivals m_Arrivals;
         std::string m_strError;
         long m_nElapsedMS;
     } cases[] = {
+        // The number in the event, of commands that the chip takes from now on, may be any.
+        {Reset, {{100, "04 0E 04 05 03 0C 00"}}, "", 100},
+        {Reset, {{101, "04 0E 04 01 03 0C 00"}}, NO_RESET, 100},
+        {Launch, {{100, LAUNCHED}}, "", 100},
+        {Launch, {{101, LAUNCHED}}, "Launch minidriver at 0xFFFFFFFF failed", 100},
+        {VintorDownloadReset, {{500, LAUNCHED}}, "", 500},
+        {VintorDownloadReset, {}, "Chip reset to address 0x00000000 failed ", 500},
         {VintorChipErase, {{25005, ERASED}}, "", 25005},
         {VintorChipErase, {{25006, ERASED}}, SILENT, 25005},
         {VintorChipErase, {{25006, MARKER}}, SILENT, 25005},
