@@ -1,7 +1,6 @@
 #include "rules/BaseEncoderDecoder.h"
 
-#include <sys/stat.h>
-
+#include <filesystem>
 #include <sstream>
 
 #include "util/FileHandle.h"
@@ -10,13 +9,6 @@ namespace {
 
 std::string Quoted(const char* text) {
     return '"' + std::string(text == nullptr ? "" : text) + '"';
-}
-
-bool IsSameFile(std::FILE* file, const char* path) {
-    struct stat left {};
-    struct stat right {};
-    return path != nullptr && ::fstat(::fileno(file), &left) == 0 && ::stat(path, &right) == 0 &&
-           left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
 }  // namespace
@@ -76,7 +68,8 @@ std::string CBaseEncoderDecoder::ConvertFile(const char* source, const char* des
         // Odd as it is, callers may compare this text.
         return "File " + Quoted(source) + " dest not exists";
     }
-    if (IsSameFile(input.get(), destination)) {
+    std::error_code noSuchFile;
+    if (destination != nullptr && std::filesystem::equivalent(source, destination, noSuchFile)) {
         // Opening the destination would empty the source before it is read.
         return Quoted(source) + " cannot be converted onto itself";
     }
