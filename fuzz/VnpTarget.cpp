@@ -1,75 +1,61 @@
-#include <cstring>
 #include <map>
+#include <set>
 
 #include "FuzzInput.h"
 #include "rules/DownloadRulesSet.h"
 #include "util/TextCase.h"
 #include "util/TextLines.h"
 
-// Rule files, with and without a preset. An input is a file, and behind its last "@", if it has
-// one, the preset that is asked for.
+// Rule files, with and without a preset. An input is a file; the preset follows its last "@".
 
 namespace {
 
-// The same rules once more, over text in memory.
-class CPlainVnpReader {
-public:
-    CPlainVnpReader(std::string text, std::string quotedPreset)
-        : m_strText(std::move(text)), m_strQuotedPreset(std::move(quotedPreset)) {
-        m_bIsVnp = TakeLine(249) && m_strLine.starts_with("DevicePreset");
-        if (m_bIsVnp) {
-            ReadSets();
-        }
+// Line feeds stay; a line longer than its limit comes in pieces.
+std::vector<std::string> LinesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
+        const std::size_t length = std::min<std::size_t>(end - at, lines.empty() ? 249 : 1019);
+        lines.push_back(UpToNul(text.substr(at, length)));
+        at += length;
     }
+    return lines;
+}
 
-    bool m_bIsVnp = false;
-    bool m_bFound = false;
-    std::map<std::string, std::string> m_Values;  // upper-case names
+bool StartsSet(const std::string& line) {
+    return line.starts_with("DevicePreset");
+}
 
-private:
-    bool TakeLine(std::size_t limit) {
-        const std::size_t lineFeed = m_strText.find('\n', m_nPosition);
-        const std::size_t end = lineFeed == std::string::npos ? m_strText.size() : lineFeed + 1;
-        const std::size_t length = std::min(end - m_nPosition, limit);
-        // Text ends at a NUL, whatever the line holds behind it.
-        m_strLine = UpToNul(m_strText.substr(m_nPosition, length));
-        m_nPosition += length;
-        return length > 0;
-    }
-
-    void ReadSets() {
-        do {
-            if (m_strLine.starts_with("DevicePreset")) {
-                if (m_bFound) {
-                    return;
-                }
-                m_bFound = m_strLine.find(m_strQuotedPreset) != std::string::npos;
-            } else if (m_bFound) {
-                TakeParameter();
+// The parameters of the wanted set, and which names occur anywhere.
+struct PLAIN_SETS {
+    PLAIN_SETS(const std::vector<std::string>& lines, const std::string& quotedPreset) {
+        for (const std::string& line : lines) {
+            if (StartsSet(line)) {
+                inSet = !found && line.find(quotedPreset) != std::string::npos;
+                found = found || inSet;
+            } else if (line.find('=') != std::string::npos) {
+                TakeParameter(line);
             }
-        } while (TakeLine(1019));
+        }
     }
 
-    void TakeParameter() {
-        const std::size_t equals = m_strLine.find('=');
-        if (equals == std::string::npos) {
-            return;
-        }
-        const std::string name =
-            UpperCaseCopy(TrimmedView(std::string_view(m_strLine).substr(0, equals)));
-        std::string value(TrimmedView(std::string_view(m_strLine).substr(equals + 1)));
+    void TakeParameter(const std::string& line) {
+        const std::size_t equals = line.find('=');
+        const std::string name = UpperCaseCopy(TrimmedView(line.substr(0, equals)));
+        std::string value(TrimmedView(line.substr(equals + 1)));
         if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
             value = value.substr(1, value.size() - 2);
         }
-        if (!name.empty() && !value.empty()) {
-            m_Values.try_emplace(name, value);
+        names.insert(name);
+        if (inSet && !name.empty() && !value.empty()) {
+            values.try_emplace(name, value);
         }
     }
 
-    std::string m_strText;
-    std::string m_strQuotedPreset;
-    std::string m_strLine;
-    std::size_t m_nPosition = 0;
+    bool inSet = false;
+    bool found = false;
+    std::map<std::string, std::string> values;
+    std::set<std::string> names;
 };
 
 std::string InQuotes(const std::string& preset) {
@@ -79,22 +65,25 @@ std::string InQuotes(const std::string& preset) {
     return IsDoubleQuoted(preset.c_str()) ? preset : '"' + preset + '"';
 }
 
-void CheckLoad(const std::string& text, const char* path, const std::string& preset) {
+void CheckLoad(const std::string& text, const std::string& path, const std::string& preset) {
     CDownloadRulesSet rules("set");
-    const std::string error = rules.LoadFromDownloadParametersFile((path + ("@" + preset)).c_str());
-    const CPlainVnpReader plain(text, InQuotes(preset));
-    if (!plain.m_bIsVnp) {
+    const std::string error = rules.LoadFromDownloadParametersFile((path + "@" + preset).c_str());
+    const std::vector<std::string> lines = LinesOf(text);
+    if (lines.empty() || !StartsSet(lines[0])) {
         FUZZ_CHECK(error == "NA");
-    } else if (!plain.m_bFound) {
-        FUZZ_CHECK(error == std::string("In the VNP file ") + path +
-                                " could not find a specified set of download parameters " +
-                                InQuotes(preset));
-    } else {
-        FUZZ_CHECK(error.empty());
+        return;
     }
-    for (const auto& [name, value] : plain.m_Values) {
-        const char* const found = rules.GetDownloadParameter(name.c_str());
-        FUZZ_CHECK(found != nullptr && found == value);
+    const PLAIN_SETS plain(lines, InQuotes(preset));
+    FUZZ_CHECK(error == (plain.found ? ""
+                                     : "In the VNP file " + path +
+                                           " could not find a specified set of download "
+                                           "parameters " +
+                                           InQuotes(preset)));
+    for (const std::string& name : plain.names) {
+        const char* const value = rules.GetDownloadParameter(name.c_str());
+        const auto expected = plain.values.find(name);
+        FUZZ_CHECK(expected == plain.values.end() ? value == nullptr
+                                                  : value != nullptr && value == expected->second);
     }
 }
 
