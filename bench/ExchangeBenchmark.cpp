@@ -11,7 +11,9 @@
 #include "download/ReceiveBuffer.h"
 #include "download/VintorCommands.h"
 #include "os/OSTime.h"
+#include "support/TempDir.h"
 #include "support/TestTerminal.h"
+#include "transport/LineCapture.h"
 #include "transport/UARTConnector.h"
 #include "util/ByteBuffer.h"
 
@@ -30,7 +32,9 @@ std::string ConnectTo(CUARTConnector& connector, const std::string& path) {
 
 class CConnectedChip {
 public:
-    explicit CConnectedChip(unsigned int baud) : m_Chip(Settings(baud)) {
+    explicit CConnectedChip(unsigned int baud, CLineObserver* observer = nullptr)
+        : m_Chip(Settings(baud)) {
+        m_Connector.SetObserver(observer);
         std::string error = m_Chip.Start();
         if (error.empty()) {
             error = ConnectTo(m_Connector, m_Chip.PortPath());
@@ -122,6 +126,18 @@ void WriteRecord(benchmark::State& state) {
     RunExchanges(state, [&] { return chip.Write(record); });
 }
 BENCHMARK(WriteRecord)->Arg(32)->Arg(251)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+void WriteRecordCaptured(benchmark::State& state) {
+    const CTempDir folder;
+    CLineCapture capture;
+    if (!capture.Open(folder.PathOf("line.pcapng"), "bench", "port").empty()) {
+        state.SkipWithError("cannot capture");
+    }
+    CConnectedChip chip(0, &capture);
+    std::vector<unsigned char> record(static_cast<std::size_t>(state.range(0)), 0x5A);
+    RunExchanges(state, [&] { return chip.Write(record); });
+}
+BENCHMARK(WriteRecordCaptured)->Arg(32)->Arg(251)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 void VerifyRecord(benchmark::State& state) {
     CConnectedChip chip(0);
