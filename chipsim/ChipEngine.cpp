@@ -2,9 +2,10 @@
 
 #include <utility>
 
-CChipEngine::CChipEngine(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer)
+CChipEngine::CChipEngine(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer, CLineObserver* line)
     : m_Settings(settings),
       m_Observer(std::move(observer)),
+      m_Framer(line),
       m_Hci(m_Memory, settings),
       m_Faults(settings.faults, settings.seed) {}
 

@@ -20,7 +20,9 @@ using CHIP_OBSERVER = std::function<void(const CHIP_COMMAND&)>;
 // Not synchronised: one thread at a time, which also runs the observer.
 class CChipEngine {
 public:
-    explicit CChipEngine(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer = {});
+    // line, which may be null, is told of what the host sends.
+    explicit CChipEngine(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer = {},
+                         CLineObserver* line = nullptr);
     CChipEngine(const CChipEngine&) = delete;
     CChipEngine& operator=(const CChipEngine&) = delete;
 

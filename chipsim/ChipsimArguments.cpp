@@ -90,6 +90,7 @@ constexpr OPTION OPTIONS[] = {
     {"erase-markers", "a number, at most 1000", SetNumber<&CHIP_SETTINGS::eraseMarkers, 1000>},
     {"dump", "a file name", SetName<&ARGUMENTS::dumpFile>},
     {"dump-records", "a file name", SetName<&ARGUMENTS::recordsFile>},
+    {"capture", "a file name", SetName<&ARGUMENTS::captureFile>},
     {"reset-ntf", nullptr, SetResetNtf},
     {"reset-ntf-delay", "milliseconds, at most 600000", SetResetNtfDelay},
     {"trace", nullptr, SetFlag<&ARGUMENTS::trace>},
@@ -160,7 +161,9 @@ bool IsSameFile(const fs::path& one, const fs::path& other) {
 std::string CheckOutputs(const ARGUMENTS& arguments) {
     std::vector<std::string> others = arguments.faultFiles;
     const std::pair<const char*, const std::string&> outputs[] = {
-        {"dump", arguments.dumpFile}, {"dump-records", arguments.recordsFile}};
+        {"dump", arguments.dumpFile},
+        {"dump-records", arguments.recordsFile},
+        {"capture", arguments.captureFile}};
     for (const auto& [name, file] : outputs) {
         if (file.empty()) {
             continue;
@@ -222,6 +225,7 @@ PATH a name for the port and serves it until SIGINT or SIGTERM.
       --erase-markers N    progress markers sent during a chip erase (2)
       --dump FILE          at the end, write the chip's memory as Intel HEX
       --dump-records FILE  write the NCI records as they arrive
+      --capture FILE       write every packet with its time, for Wireshark
       --reset-ntf          send the NCI reset notification after a signature
       --reset-ntf-delay MS
                            how long after it (100); implies --reset-ntf

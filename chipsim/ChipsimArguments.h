@@ -10,6 +10,7 @@ struct CHIPSIM_ARGUMENTS {
     CHIP_SETTINGS settings;
     std::string dumpFile;                 // empty = no dump
     std::string recordsFile;              // likewise
+    std::string captureFile;              // likewise
     std::vector<std::string> faultFiles;  // read already
     std::string linkPath;                 // empty = run the command
     std::vector<std::string> command;     // with its own arguments

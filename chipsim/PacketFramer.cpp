@@ -10,7 +10,7 @@ bool CPacketFramer::TakePacket(std::vector<unsigned char>& packet) {
     const auto start = std::find_if(m_Bytes.begin(), m_Bytes.end(), [](unsigned char byte) {
         return byte == HCI_COMMAND_INDICATOR || byte == NCI_INDICATOR;
     });
-    m_Bytes.erase(m_Bytes.begin(), start);
+    TakeFront(static_cast<std::size_t>(start - m_Bytes.begin()));
     if (m_Bytes.size() < HEADER_SIZE) {
         return false;
     }
@@ -18,8 +18,16 @@ bool CPacketFramer::TakePacket(std::vector<unsigned char>& packet) {
     if (m_Bytes.size() < size) {
         return false;
     }
-    const auto end = m_Bytes.begin() + static_cast<std::ptrdiff_t>(size);
-    packet.assign(m_Bytes.begin(), end);
-    m_Bytes.erase(m_Bytes.begin(), end);
+    packet = TakeFront(size);
     return true;
+}
+
+std::vector<unsigned char> CPacketFramer::TakeFront(std::size_t count) {
+    const auto end = m_Bytes.begin() + static_cast<std::ptrdiff_t>(count);
+    std::vector<unsigned char> front(m_Bytes.begin(), end);
+    m_Bytes.erase(m_Bytes.begin(), end);
+    if (m_pObserver != nullptr && count > 0) {
+        m_pObserver->SentByHost(front);
+    }
+    return front;
 }

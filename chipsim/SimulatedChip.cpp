@@ -31,8 +31,12 @@ void TakeEarlier(std::optional<LineTime>& due, std::optional<LineTime> other) {
 
 }  // namespace
 
-CSimulatedChip::CSimulatedChip(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer)
-    : m_Input(settings.baud), m_Output(settings.baud), m_Engine(settings, std::move(observer)) {}
+CSimulatedChip::CSimulatedChip(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer,
+                               CLineObserver* line)
+    : m_pLine(line),
+      m_Input(settings.baud),
+      m_Output(settings.baud),
+      m_Engine(settings, std::move(observer), line) {}
 
 CSimulatedChip::~CSimulatedChip() {
     Stop();
@@ -59,6 +63,7 @@ void CSimulatedChip::Stop() {
         m_bStop = true;
         WakeUp();
         m_Thread.join();
+        m_Engine.LineWentQuiet();  // tells the line of a packet that is not whole
     }
     m_Link.Remove();
     m_Terminal.Close();
@@ -121,6 +126,9 @@ void CSimulatedChip::WriteOutput(LineTime now) {
         }
         const std::size_t count = m_Terminal.Write(due);
         if (count > 0) {
+            if (m_pLine != nullptr) {
+                m_pLine->SentByChip(due.first(count));
+            }
             m_Output.Sent(count, now);
         }
         if (count < due.size()) {

@@ -16,8 +16,9 @@
 // For one thread, but for HasHungUp.
 class CSimulatedChip {
 public:
-    // The observer runs on the chip's thread.
-    explicit CSimulatedChip(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer = {});
+    // The observer runs on the chip's thread. line, which may be null, is told of the bytes.
+    explicit CSimulatedChip(const CHIP_SETTINGS& settings, CHIP_OBSERVER observer = {},
+                            CLineObserver* line = nullptr);
     CSimulatedChip(const CSimulatedChip&) = delete;
     CSimulatedChip& operator=(const CSimulatedChip&) = delete;
     ~CSimulatedChip();
@@ -49,6 +50,7 @@ private:
     std::optional<LineTime> NextDue(LineTime now) const;
     void WakeUp();
 
+    CLineObserver* const m_pLine;
     CPseudoTerminal m_Terminal;
     CPortLink m_Link;
     CFileDescriptor m_Wake;

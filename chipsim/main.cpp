@@ -12,6 +12,7 @@
 #include "chipsim/IntelHexWriter.h"
 #include "chipsim/SimulatedChip.h"
 #include "chipsim/TerminalCommand.h"
+#include "transport/LineCapture.h"
 
 namespace {
 
@@ -118,16 +119,28 @@ int Run(const CHIPSIM_ARGUMENTS& arguments) {
     if (!Open(records, arguments.recordsFile)) {
         return Fail("cannot write " + arguments.recordsFile, OWN_FAILURE);
     }
+    CLineCapture capture;
+    const std::string port = arguments.linkPath.empty() ? "chipsim" : arguments.linkPath;
+    if (!arguments.captureFile.empty() &&
+        !capture.Open(arguments.captureFile, "chipsim " CHIPSIM_VERSION, port).empty()) {
+        return Fail("cannot write " + arguments.captureFile, OWN_FAILURE);
+    }
     PrintSeed(arguments.settings);
-    CSimulatedChip chip(arguments.settings, [&](const CHIP_COMMAND& command) {
-        if (arguments.trace) {
-            std::fprintf(stderr, "chipsim: %s\n", DescribeChipCommand(command).c_str());
-        }
-        if (command.IsLoadedRecord()) {
-            records.write(reinterpret_cast<const char*>(command.packet.data()),
-                          static_cast<std::streamsize>(command.packet.size()));
-        }
-    });
+    CSimulatedChip chip(
+        arguments.settings,
+        [&](const CHIP_COMMAND& command) {
+            if (arguments.trace) {
+                std::fprintf(stderr, "chipsim: %s\n", DescribeChipCommand(command).c_str());
+            }
+            if (command.IsLoadedRecord()) {
+                records.write(reinterpret_cast<const char*>(command.packet.data()),
+                              static_cast<std::streamsize>(command.packet.size()));
+            }
+            if (!command.faults.empty()) {
+                capture.Note(DescribeChipCommand(command));
+            }
+        },
+        &capture);
     const int status = Serve(chip, arguments);
     if (dump.is_open()) {
         dump << MakeIntelHexText(chip.Memory().WrittenRegions());

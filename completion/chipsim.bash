@@ -16,7 +16,7 @@ _chipsim() {
         return
     done
     case $previous in
-        --dump | --dump-records | --faults)
+        --dump | --dump-records | --capture | --faults)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             ;;
@@ -34,7 +34,7 @@ _chipsim() {
         --ram | --erase-time | --erase-markers | --reset-ntf-delay | --seed) ;;
         *)
             COMPREPLY=($(compgen -W "--link --baud --ram --erase-time --erase-markers --dump
-                --dump-records --reset-ntf --reset-ntf-delay --fault --faults --seed --trace
+                --dump-records --capture --reset-ntf --reset-ntf-delay --fault --faults --seed --trace
                 --help --version --" -- "$cur"))
             ;;
     esac

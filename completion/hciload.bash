@@ -35,7 +35,7 @@ _hciload_options() {
 
 _hciload() {
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]^^}
-    local common="-PORT -BAUDRATE -CONFIG -LOGTO -RECORDDLTIME"
+    local common="-PORT -BAUDRATE -CONFIG -LOGTO -CAPTURETO -RECORDDLTIME"
     COMPREPLY=()
     case ${previous/#\//-} in
         -RULES | -VNP)
@@ -63,7 +63,7 @@ _hciload() {
             COMPREPLY=($(compgen -W "115200 3000000NFC" -- "$cur"))
             return
             ;;
-        -LOGTO)
+        -LOGTO | -CAPTURETO)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             return

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <regex>
 
+#include "support/CaptureReader.h"
 #include "support/ProcessRun.h"
 #include "support/SampleImages.h"
 #include "support/SideBySide.h"
@@ -88,6 +89,28 @@ Words PlacedLines(const std::string& text) {
     return lines;
 }
 
+// The bytes of one direction, '<' or '>', whatever packets they came in.
+std::string BytesOf(const CCaptureReader& capture, char direction) {
+    std::string bytes;
+    for (const std::string& item : capture.m_Items) {
+        bytes += item[2] == direction ? item.substr(3) : "";
+    }
+    return bytes;
+}
+
+// The captures of both sides agree, but for what was lost at the end.
+void CheckCaptures(const CTempDir& folder, const std::string& error) {
+    const CCaptureReader host(folder.Read("host.pcapng"));
+    const CCaptureReader chip(folder.Read("chip.pcapng"));
+    EXPECT_TRUE(BytesOf(host, '>').starts_with(BytesOf(chip, '>')));
+    EXPECT_TRUE(BytesOf(chip, '<').starts_with(BytesOf(host, '<')));
+    EXPECT_TRUE(!error.empty() || BytesOf(host, '<') == BytesOf(chip, '<'));
+    EXPECT_THAT(host.m_Items,
+                testing::Contains("1 # " + (error.empty() ? "Completed successfully"
+                                                          : error.substr(0, error.size() - 1))));
+    EXPECT_TRUE(std::ranges::is_sorted(host.m_Times));
+}
+
 void CheckRow(const FAULT_ROW& row) {
     SCOPED_TRACE(row.fault);
     const CTempDir folder;
@@ -95,12 +118,12 @@ void CheckRow(const FAULT_ROW& row) {
     const bool restarts = row.fault.starts_with("resetntf");
     const bool isPatch =
         restarts || row.fault.starts_with("patch") || row.fault.starts_with("sign");
-    Words words = {CHIPSIM_PROGRAM, "--baud",  "0",      "--seed",   "7",
-                   "--erase-time",  "40",      "--dump", "dump.hex", "--dump-records",
-                   "records",       "--fault", row.fault};
+    Words words = {CHIPSIM_PROGRAM, "--baud",    "0",           "--seed",   "7",
+                   "--erase-time",  "40",        "--dump",      "dump.hex", "--dump-records",
+                   "records",       "--capture", "chip.pcapng", "--fault",  row.fault};
     const Words& download = restarts ? RESTARTING_PATCH : isPatch ? PATCH : STANDARD;
     words.insert(words.end(), download.begin(), download.end());
-    words.insert(words.end(), {"-PORT", "/dev/tty", "-BAUDRATE", "115200"});
+    words.insert(words.end(), {"-PORT", "/dev/tty", "-CAPTURETO", "host.pcapng"});
     const PROCESS_RESULT result = RunProcess(folder, words);
 
     const Words loaded = PlacedLines(folder.Read("dump.hex"));
@@ -125,6 +148,7 @@ void CheckRow(const FAULT_ROW& row) {
         EXPECT_THAT(wholeMemory, testing::IsSupersetOf(loaded));
         EXPECT_TRUE(wholeRecords.starts_with(records));
     }
+    CheckCaptures(folder, error);
     EXPECT_LT(result.seconds, 60);
 }
 
