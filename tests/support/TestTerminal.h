@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "transport/SerialConnector.h"
+
 // A pseudo-terminal for one test: the test holds the master, what is tested opens the path. Starts
 // with settings that are not raw and not at 115200 baud, so that changes show.
 class CTestTerminal {
@@ -41,6 +43,14 @@ public:
     CTestTerminal& operator=(const CTestTerminal&) = delete;
 
     const std::string& Path() const { return m_strPath; }
+
+    // Connects to the terminal; returns the connector's text.
+    std::string Connect(CSerialConnector& connector, RxCallback callback = nullptr,
+                        void* context = nullptr) const {
+        CCommunicationParameters params;
+        EXPECT_EQ(params.ParseCommParams(("BAUDRATE=9600\nPORT=" + m_strPath + "\n").c_str()), "");
+        return connector.Connect(params, callback, context);
+    }
     int Slave() const { return m_nSlave; }
 
     // The settings of the terminal, whoever made them.

@@ -11,41 +11,29 @@
 
 namespace {
 
-CCommunicationParameters ParamsFor(const std::string& path) {
-    CCommunicationParameters params;
-    EXPECT_EQ(params.ParseCommParams(("PORT=" + path + "\n").c_str()), "");
-    return params;
-}
-
 // Runs in a child process: connects twice, disconnects one and is ended by the signal.
-void ConnectAndEndBy(int signal, const std::string& path, const std::string& otherPath) {
+void ConnectAndEndBy(int signal, const CTestTerminal& terminal, const CTestTerminal& other) {
     std::signal(signal, SIG_DFL);  // a test run in the background starts with some ignored
     InstallTerminalRestoreOnSignals();
     CUARTConnector connector;
-    CUARTConnector other;
-    CCommunicationParameters params = ParamsFor(path);
-    CCommunicationParameters otherParams = ParamsFor(otherPath);
-    if (connector.Connect(params, nullptr, nullptr).empty() &&
-        other.Connect(otherParams, nullptr, nullptr).empty() && other.Disconnect().empty()) {
-        kill(getpid(), signal);
-        PutThreadToSleep(60000);
+    CUARTConnector gone;
+    if (terminal.Connect(connector).empty() && other.Connect(gone).empty() &&
+        gone.Disconnect().empty()) {
+        raise(signal);
     }
     _exit(1);
 }
 
 TEST(TerminalRestoreDeathTest, EndingSignalsPutTheSettingsBack) {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         const CTestTerminal terminal;
         const CTestTerminal other;
-        EXPECT_EXIT(ConnectAndEndBy(signal, terminal.Path(), other.Path()),
-                    testing::KilledBySignal(signal), "");
+        EXPECT_EXIT(ConnectAndEndBy(signal, terminal, other), testing::KilledBySignal(signal), "");
         EXPECT_TRUE(terminal.IsAsAtTheStart()) << signal;
     }
 }
 
 TEST(TerminalRestoreDeathTest, IgnoredSignalsStayIgnored) {
-    testing::GTEST_FLAG(death_test_style) = "threadsafe";
     EXPECT_EXIT(
         {
             signal(SIGHUP, SIG_IGN);
@@ -59,23 +47,21 @@ TEST(TerminalRestoreDeathTest, IgnoredSignalsStayIgnored) {
 // Runs in a child process: signals come while terminals are entered and left all the time.
 void EndInTheMiddle(const CTestTerminal& terminal, const CTestTerminal& second) {
     InstallTerminalRestoreOnSignals();
-    const auto connectForever = [](const CTestTerminal& used) {
-        for (;;) {
-            CSerialPort port;
+    const auto openForever = [](const CTestTerminal& used) {
+        for (CSerialPort port;; port.Close()) {
             static_cast<void>(port.Open(used.Path()));
         }
     };
-    std::thread busy([&] { connectForever(second); });
+    std::thread busy([&] { openForever(second); });
     std::thread ending([] {
         PutThreadToSleep(static_cast<unsigned int>(getpid() % 7));
         kill(getpid(), SIGTERM);
         kill(getpid(), SIGINT);
     });
-    connectForever(terminal);
+    openForever(terminal);
 }
 
 TEST(TerminalRestoreDeathTest, WhateverTheMomentOfTheSignal) {
-    testing::GTEST_FLAG(death_test_style) = "fast";
     for (int i = 0; i < 30; ++i) {
         const CTestTerminal terminal;
         const CTestTerminal second;
