@@ -12,17 +12,21 @@
 
 namespace {
 
-TEST(ChipDownloader, HasNothingToDoOutsideVintorMode) {
+TEST(ChipDownloader, LogsWhatItIsGoingToDo) {
     CDownloadRequest request;
-    request.m_bVintorMode = false;
+    request.m_Firmwares = {IntelHexText({{0x100, {1, 2}}}), IntelHexText({{0x200, {3}}})};
     request.m_bLog = true;
     CDownloadSetup setup(request);
     EXPECT_EQ(setup.Downloader().CancelDownload(0), "Not running!");
     ASSERT_EQ(setup.Prepare(), "");
     EXPECT_THAT(setup.LogText(),
-                testing::MatchesRegex(".{12}  Will be downloading 0 bytes of code and 0 bytes of "
-                                      "data without a minidriver\n.{12}  No VNP file specified\n"));
-    EXPECT_EQ(setup.Downloader().VintorDownloadFinalPreparations(),
+                testing::ContainsRegex("  Will be downloading 3 bytes of code and 0 bytes of data "
+                                       "without a minidriver\n.{12}  No VNP file specified\n"));
+}
+
+TEST(ChipDownloader, PreparesTheStandardSequenceInVintorModeOnly) {
+    CChipDownloader downloader({{}, true, nullptr}, nullptr);
+    EXPECT_EQ(downloader.VintorDownloadFinalPreparations(),
               "CChipDownloader::PrepareForVintorDownload ERROR: NOT VINTOR MODE");
 }
 

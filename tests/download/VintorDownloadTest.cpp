@@ -9,8 +9,6 @@
 
 namespace {
 
-using testing::StartsWith;
-
 // A wrong state ends a pass without a message, a missing image with one.
 TEST(VintorDownload, APassNeedsItsStateAndItsImage) {
     const auto firmware = [](CChipDownloader* d) { return VintorDownloadFirmware(d, false); };
@@ -80,7 +78,7 @@ TEST(VintorDownload, ACancelStopsAfterTheCurrentStep) {
             VintorDownloadingFunction(&setup.Downloader());
             EXPECT_EQ(setup.State(), DOWNLOAD_CANCELED);
             EXPECT_EQ(setup.Error().empty(), !stepFails);
-            EXPECT_THAT(setup.Chip().m_Sent.back(), StartsWith(lastFrame));
+            EXPECT_THAT(setup.Chip().m_Sent.back(), testing::StartsWith(lastFrame));
         }
     }
 }
