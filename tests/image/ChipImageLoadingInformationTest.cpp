@@ -1,12 +1,14 @@
 #include "image/ChipImageLoadingInformation.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
 #include <thread>
 
+#include "image/ImageText.h"
+#include "support/CaseFile.h"
 #include "support/SampleImages.h"
 #include "support/TempDir.h"
 #include "transport/CommunicationParameters.h"
@@ -14,81 +16,68 @@
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr char NO_CONVERSION[] = "NOT_IMPLEMENTED_CGS_TO_BINARY_CONVERSION";
 
-Bytes RangeBytes(const CChipImageByteData& chunk, unsigned int range) {
-    const unsigned char* first = chunk.GetRangeBytePointer(range);
-    return {first, first + chunk.GetRangeByteSize(range)};
-}
+using Names = std::vector<std::string>;
 
-CChipImageLoadingInformation VintorModeInfo(const CChipDownloadDescriptor& descriptor) {
-    CChipImageLoadingInformation info(descriptor, false, nullptr);
-    info.MarkVintorMode();
-    return info;
-}
-
-std::vector<std::string> MinidriverFiles(const CChipDownloadDescriptor& descriptor) {
-    std::vector<std::string> names;
-    for (unsigned int i = 0; i < descriptor.CountMinidriverFiles(); ++i) {
-        names.push_back(descriptor.GetMinidriverFile(i));
+CChipImageLoadingInformation InfoOf(const Names& minidrivers, const Names& configs,
+                                    const Names& firmwares, bool isVintorMode = true) {
+    CChipDownloadDescriptor descriptor;
+    for (const std::string& name : minidrivers) {
+        descriptor.AddMinidriverFileName(name);
     }
-    return names;
-}
-
-std::string OnlyConfigFile(const CChipDownloadDescriptor& descriptor) {
-    return descriptor.CountConfigDataFiles() == 1 ? descriptor.GetConfigDataFile(0) : "";
-}
-
-std::string OnlyFirmwareFile(const CChipDownloadDescriptor& descriptor) {
-    return descriptor.CountFirmwareFiles() == 1 ? descriptor.GetFirmwareFile(0) : "";
+    for (const std::string& name : configs) {
+        descriptor.AddConfigDataFileName(name);
+    }
+    for (const std::string& name : firmwares) {
+        descriptor.AddFirmwareFileName(name);
+    }
+    CChipImageLoadingInformation info(descriptor, false, nullptr);
+    if (isVintorMode) {
+        info.MarkVintorMode();
+    }
+    return info;
 }
 
 TEST(ChipImageLoadingInformation, LoadsMinidriverThenConfigurationThenFirmware) {
     const CTempDir folder;
-    CChipDownloadDescriptor descriptor;
-    descriptor.AddFirmwareFileName(
-        folder.Write("first.hex", IntelHexText({{0x200000, {1, 2, 3}}})));
-    descriptor.AddFirmwareFileName(folder.Write("second.hex", IntelHexText({{0x300000, {4}}})));
-    descriptor.AddConfigDataFileName(
-        folder.Write("config.hcd", HcdFile({{0x400, {5, 6}}, {0x402, {7}}}, 0xFFFF0000U)));
-    descriptor.AddConfigDataFileName(folder.Write("config.hex", IntelHexText({{0x500, {8}}})));
-    descriptor.AddMinidriverFileName(
-        folder.Write("minidriver.hcd", HcdFile({{0x100, {9, 10}}}, 0x101)));
-    CChipImageLoadingInformation info = VintorModeInfo(descriptor);
-
-    ASSERT_EQ(info.PrepareToLoad(nullptr), "");
-
+    const std::string minidriver = folder.Write("m.hcd", HcdFile({{0x100, {9, 10}}}, 0x101));
+    const std::string hcd =
+        folder.Write("c.hcd", HcdFile({{0x400, {5, 6}}, {0x402, {7}}}, 0xFFFF0000U));
+    const std::string config = folder.Write("c.hex", IntelHexText({{0x500, {8}}}));
+    const std::string first = folder.Write("1.hex", IntelHexText({{0x200000, {1, 2, 3}}}));
+    const std::string second = folder.Write("2.hex", IntelHexText({{0x300000, {4}}}));
     const struct {
         const char* m_szKind;
-        const char* m_szDescription;
-        const char* m_szFile;
-        unsigned int m_nAddress;
-        Bytes m_Data;
+        const char* m_szName;
+        std::string m_strFile;
+        const char* m_szImage;
     } expected[] = {
-        {"MINIDRIVER", "The minidriver code", "minidriver.hcd", 0x100, {9, 10}},
-        {"CONFIG", "Configuration data", "config.hcd", 0x400, {5, 6, 7}},
-        {"CONFIG", "Configuration data", "config.hex", 0x500, {8}},
-        {"FIRMWARE", "Firmware code", "first.hex", 0x200000, {1, 2, 3}},
-        {"FIRMWARE", "Firmware code", "second.hex", 0x300000, {4}},
+        {"MINIDRIVER", "The minidriver code", minidriver, "first 100, launch 101: 100:090A"},
+        {"CONFIG", "Configuration data", hcd, "first 400, launch -: 400:050607"},
+        {"CONFIG", "Configuration data", config, "first 500, launch -: 500:08"},
+        {"FIRMWARE", "Firmware code", first, "first 200000, launch -: 200000:010203"},
+        {"FIRMWARE", "Firmware code", second, "first 300000, launch -: 300000:04"},
     };
-    ASSERT_EQ(info.CountChunks(), std::size(expected));
-    for (unsigned int i = 0; i < info.CountChunks(); ++i) {
-        SCOPED_TRACE(expected[i].m_szFile);
-        const CChipImageByteData& chunk = info.GetChunk(i);
-        EXPECT_STREQ(chunk.GetSourceType(), expected[i].m_szKind);
-        EXPECT_STREQ(chunk.GetName(), expected[i].m_szDescription);
-        EXPECT_EQ(chunk.GetSourceId(), folder.PathOf(expected[i].m_szFile));
-        ASSERT_EQ(chunk.CountContiguousRanges(), 1U);
-        EXPECT_EQ(chunk.GetRangeStartingAddress(0), expected[i].m_nAddress);
-        EXPECT_EQ(RangeBytes(chunk, 0), expected[i].m_Data);
+    CChipImageLoadingInformation info = InfoOf({minidriver}, {hcd, config}, {first, second});
+    // Preparing again starts over.
+    for (int times = 0; times < 2; ++times) {
+        ASSERT_EQ(info.PrepareToLoad(nullptr), "");
+        ASSERT_EQ(info.CountChunks(), std::size(expected));
+        for (unsigned int i = 0; i < info.CountChunks(); ++i) {
+            const CChipImageByteData& chunk = info.GetChunk(i);
+            EXPECT_STREQ(chunk.GetSourceType(), expected[i].m_szKind);
+            EXPECT_STREQ(chunk.GetName(), expected[i].m_szName);
+            EXPECT_EQ(chunk.GetSourceId(), expected[i].m_strFile);
+            EXPECT_EQ(ImageText(chunk), expected[i].m_szImage);
+        }
+        // The launch record of the configuration, although nothing is loaded there.
+        EXPECT_EQ(info.GetLaunchAddress(), 0xFFFF0000U);
     }
-    // What the configuration's launch record said, although nothing is loaded there; the
-    // minidriver's stays its own.
-    EXPECT_EQ(info.GetLaunchAddress(), 0xFFFF0000U);
-    EXPECT_EQ(info.GetChunk(0).GetLaunchAddress(), 0x101U);
+    // The minidriver's launch record is its own.
+    CChipImageLoadingInformation noRecord = InfoOf({minidriver}, {config}, {});
+    EXPECT_EQ(noRecord.PrepareToLoad(nullptr), "");
+    EXPECT_EQ(noRecord.GetLaunchAddress(), 0U);
 }
 
 TEST(ChipImageLoadingInformation, StopsAtTheFirstFileThatCannotBeLoaded) {
@@ -100,43 +89,36 @@ TEST(ChipImageLoadingInformation, StopsAtTheFirstFileThatCannotBeLoaded) {
     const std::string hexError =
         CChipImageByteData("", "", "").LoadFromHexFile(hcd.c_str(), true, false);
     ASSERT_NE(hexError, "");
-
     const struct {
         const char* m_szName;
-        std::vector<std::string> m_Minidrivers;
-        std::vector<std::string> m_Configs;
-        std::vector<std::string> m_Firmwares;
+        CChipImageLoadingInformation m_Info;
         std::string m_strError;
         unsigned int m_nChunksLeft;
     } cases[] = {
-        {"no data files", {good}, {}, {}, "No data/code to load.", 0},
-        {"two minidrivers, unread",
-         {missing, missing},
-         {good},
-         {},
-         "Cannot have multiple minidrivers in Vintor mode.",
+        {"no data files", InfoOf({good}, {}, {}), "No data/code to load.", 0},
+        {"two minidrivers, unread", InfoOf({missing, missing}, {good}, {}),
+         "Cannot have multiple minidrivers in Vintor mode.", 0},
+        {"minidriver is text", InfoOf({text}, {good}, {}),
+         "Failed to read the minidriver file " + text, 0},
+        {"configuration text", InfoOf({good}, {good, text}, {good}), NO_CONVERSION, 2},
+        {"configuration missing", InfoOf({}, {missing}, {}), NO_CONVERSION, 0},
+        {"firmware missing", InfoOf({}, {}, {missing}), "Could not open file " + missing, 0},
+        {"firmware is no hex file", InfoOf({}, {good}, {good, hcd}), hexError, 2},
+        // Outside Vintor mode, files are not even opened.
+        {"reserved", InfoOf({missing, missing}, {missing}, {missing}, false), "", 0},
+        {"empty load", CChipImageLoadingInformation("", "null", "NULL"), "No data/code to load.",
          0},
-        {"minidriver is text", {text}, {good}, {}, "Failed to read the minidriver file " + text, 0},
-        {"configuration text", {good}, {good, text}, {good}, NO_CONVERSION, 2},
-        {"configuration missing", {}, {missing}, {}, NO_CONVERSION, 0},
-        {"firmware is no hex file", {}, {good}, {good, hcd}, hexError, 2},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.m_szName);
-        CChipDownloadDescriptor descriptor;
-        for (const std::string& name : c.m_Minidrivers) {
-            descriptor.AddMinidriverFileName(name);
-        }
-        for (const std::string& name : c.m_Configs) {
-            descriptor.AddConfigDataFileName(name);
-        }
-        for (const std::string& name : c.m_Firmwares) {
-            descriptor.AddFirmwareFileName(name);
-        }
-        CChipImageLoadingInformation info = VintorModeInfo(descriptor);
+        CChipImageLoadingInformation info = c.m_Info;
         EXPECT_EQ(info.PrepareToLoad(nullptr), c.m_strError);
         EXPECT_EQ(info.CountChunks(), c.m_nChunksLeft);
     }
+    CChipImageLoadingInformation empty(CChipDownloadDescriptor(), true, "");
+    empty.MarkVintorMode();
+    EXPECT_EQ(empty.PrepareToLoad(nullptr), "");
+    EXPECT_EQ(empty.GetVnpFileNameIfSpecified(), nullptr);
 }
 
 // What a file of each kind and format comes to, given as a pipe with and without a name.
@@ -158,6 +140,7 @@ TEST(ChipImageLoadingInformation, APipeIsReadLikeAFile) {
         {"minidriver text", text, true, "Failed to read the minidriver file NAME"},
     };
     const CTempDir folder;
+    const std::string file = folder.Write("firmware.hex", hex);
     const std::string fifo = folder.PathOf("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     for (const auto& c : cases) {
@@ -173,11 +156,8 @@ TEST(ChipImageLoadingInformation, APipeIsReadLikeAFile) {
                 ::close(ends[1]);
             });
             EXPECT_TRUE(DoesFileExist(name.c_str()));
-            CChipDownloadDescriptor descriptor;
-            c.m_bIsMinidriver ? descriptor.AddMinidriverFileName(name)
-                              : descriptor.AddConfigDataFileName(name);
-            CChipImageLoadingInformation info(descriptor, true, nullptr);
-            info.MarkVintorMode();
+            CChipImageLoadingInformation info =
+                c.m_bIsMinidriver ? InfoOf({name}, {}, {file}) : InfoOf({}, {name}, {});
             std::string error = info.PrepareToLoad(nullptr);
             writer.join();
             ::close(ends[0]);
@@ -185,133 +165,94 @@ TEST(ChipImageLoadingInformation, APipeIsReadLikeAFile) {
                 error.replace(error.size() - name.size(), name.size(), "NAME");
             }
             EXPECT_EQ(error, c.m_strError);
-            ASSERT_EQ(info.CountChunks(), c.m_strError.empty() ? 1U : 0U);
-            if (info.CountChunks() == 1) {
-                EXPECT_EQ(info.GetChunk(0).GetByteValueAtThisAddress(0x500), 8);
+            if (error.empty()) {
+                EXPECT_EQ(RangesText(info.GetChunk(0)), " 500:08");
             }
         }
     }
 }
 
-TEST(ChipImageLoadingInformation, AnEmptyLoadIsFineWhereItIsAllowed) {
-    CChipImageLoadingInformation info(CChipDownloadDescriptor(), true, "");
-    info.MarkVintorMode();
-    EXPECT_EQ(info.PrepareToLoad(nullptr), "");
-    EXPECT_EQ(info.CountChunks(), 0U);
-    EXPECT_EQ(info.GetVnpFileNameIfSpecified(), nullptr);
-}
+class CFakeAssistant : public CCustomDownloadAssistant {
+public:
+    using CCustomDownloadAssistant::CCustomDownloadAssistant;
+    ~CFakeAssistant() override { ++s_nDestroyed; }
+    std::string DownloadPrepare(CChipDownloader* /*downloader*/) override {
+        Owner()->AddChunk({"CONFIG", "made", ""});
+        return "as it says";
+    }
+    unsigned int ExecuteDownload(CChipDownloader* /*downloader*/) override { return 0; }
 
-// Rule-driven loading is reserved: the files are not even opened.
-TEST(ChipImageLoadingInformation, OutsideVintorModeNothingIsRead) {
-    CChipDownloadDescriptor descriptor;
-    descriptor.AddConfigDataFileName("/nowhere/config.hex");
-    CChipImageLoadingInformation info(descriptor, false, nullptr);
-    EXPECT_EQ(info.PrepareToLoad(nullptr), "");
-    EXPECT_EQ(info.CountChunks(), 0U);
-}
+    inline static int s_nDestroyed = 0;
+};
 
-TEST(ChipImageLoadingInformation, NamesACustomDownloadTypeThatNobodyServes) {
+TEST(ChipImageLoadingInformation, ACustomDownloadIsPreparedByTheAssistantThatIsMade) {
     CChipImageLoadingInformation info(CChipDownloadDescriptor(), false, nullptr);
     info.SetCustomDownloadType("Toaster");
     EXPECT_EQ(info.PrepareToLoad(nullptr), "Unrecognized custom download type Toaster");
-    EXPECT_EQ(info.GetCustomDownloader(), nullptr);
+    info.SetCustomDownloadAssistantMaker(
+        [](const char* type, CChipImageLoadingInformation* owner) -> CCustomDownloadAssistant* {
+            return std::string("Toaster") == type ? new CFakeAssistant(owner) : nullptr;
+        });
+    for (int times = 1; times <= 2; ++times) {
+        EXPECT_EQ(info.PrepareToLoad(nullptr), "as it says");
+        EXPECT_EQ(info.CountChunks(), 1U);
+        EXPECT_EQ(CFakeAssistant::s_nDestroyed, times - 1);
+    }
+    info.SetCustomDownloadType("toaster");
+    EXPECT_EQ(info.PrepareToLoad(nullptr), "Unrecognized custom download type toaster");
 }
 
-TEST(ChipImageLoadingInformation, TheWordNullNamesNoConfigurationAndNoFirmware) {
-    const CChipImageLoadingInformation null("NULL", "null", "Null");
-    EXPECT_THAT(MinidriverFiles(null.GetDescriptor()), ElementsAre("NULL"));
-    EXPECT_EQ(null.GetDescriptor().CountConfigDataFiles(), 0U);
-    EXPECT_EQ(null.GetDescriptor().CountFirmwareFiles(), 0U);
-    EXPECT_TRUE(null.IsVintorMode());
-
-    const CChipImageLoadingInformation named("", "c.hex", nullptr);
-    EXPECT_THAT(MinidriverFiles(named.GetDescriptor()), IsEmpty());
-    EXPECT_EQ(OnlyConfigFile(named.GetDescriptor()), "c.hex");
-    EXPECT_EQ(named.GetDescriptor().CountFirmwareFiles(), 0U);
+// The argument of a case, or null.
+const char* Argument(const FILE_CASE& testCase, const std::string& name) {
+    for (const auto& [mark, text] : testCase.lines) {
+        if (mark == '$' && text.starts_with(name + "=")) {
+            return text.c_str() + name.size() + 1;
+        }
+    }
+    return nullptr;
 }
 
 TEST(ChipImageLoadingInformation, RulesAndArgumentsChooseTheFiles) {
     const CTempDir folder;
     CCommunicationParameters uart;
     ASSERT_EQ(uart.ParseCommParams(" PORT=/dev/ttyS0\n"), "");
-    const struct {
-        const char* m_szRules;
-        const char* m_szFirmware;
-        const char* m_szConfig;
-        const char* m_szMinidriver;
-        const char* m_szDirectory;
-        const char* m_szExpectedFirmware;
-        const char* m_szExpectedConfig;
-        const char* m_szExpectedMinidriver;
-    } cases[] = {
-        // The rules give the paths, whatever else the set holds.
-        {"DLConfig=1\nConfigPath=c.hex\nDLFirmware=0x2\nFirmwarePath=f.hex\n"
-         "DLMinidriver=-1\nDLMinidriverPathUART=m.hex\nDLMinidriverPathUSB=usb.hex\n",
-         nullptr, nullptr, nullptr, nullptr, "f.hex", "c.hex", "m.hex"},
-        // Arguments win over paths, empty ones do not.
-        {"DLConfig=1\nConfigPath=c.hex\nDLFirmware=1\nFirmwarePath=f.hex\n"
-         "DLMinidriver=1\nDLMinidriverPathUART=m.hex\n",
-         "F", "C", "M", nullptr, "F", "C", "M"},
-        {"DLConfig=1\nConfigPath=c.hex\n", "", "", "", nullptr, "", "c.hex", ""},
-        // Without its flag a file is not used, not even one that an argument names.
-        {"DLConfig=0\nConfigPath=c.hex\nDLMinidriver=no\nDLMinidriverPathUART=m.hex\n", "F", "C",
-         "M", nullptr, "", "", ""},
-        {"DLConfig=1\nDLFirmware=1\n", nullptr, "NULL", nullptr, nullptr, "", "", ""},
-        {"DLMinidriver=1\nDLMinidriverPathUART=[MINIDRIVERS]\\x.hex\n", nullptr, nullptr, nullptr,
-         nullptr, "", "", "C:\\Program Files\\Orvane\\Vintor\\Minidrivers\\x.hex"},
-        {"DLMinidriver=1\nDLMinidriverPathUART=[MINIDRIVERS]\\x.hex\n", nullptr, nullptr, nullptr,
-         "D:\\drv\\", "", "", "D:\\drv\\x.hex"},
-        {"DLMinidriver=1\nDLMinidriverPathUART=old\\[MINIDRIVERS]/x.hex\n", nullptr, nullptr,
-         nullptr, "/opt/drv", "", "", "/opt/drv/x.hex"},
-        {"DLMinidriver=1\nDLMinidriverPathUART=[MINIDRIVERS]\n", nullptr, nullptr, nullptr, "D:\\",
-         "", "", "D:\\"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.m_szRules);
+    for (const FILE_CASE& testCase : ReadCases(HCILOAD_TEST_DATA "/rule_driven.txt")) {
+        SCOPED_TRACE(testCase.name);
         const std::string vnp =
-            folder.Write("rules.vnp", std::string("DevicePreset = \"A\"\n") + c.m_szRules);
-        const CChipImageLoadingInformation info(vnp.c_str(), uart, c.m_szFirmware, c.m_szConfig,
-                                                c.m_szMinidriver, c.m_szDirectory, nullptr);
-        const CChipDownloadDescriptor& descriptor = info.GetDescriptor();
-        EXPECT_EQ(OnlyFirmwareFile(descriptor), c.m_szExpectedFirmware);
-        EXPECT_EQ(OnlyConfigFile(descriptor), c.m_szExpectedConfig);
-        if (*c.m_szExpectedMinidriver == '\0') {
-            EXPECT_THAT(MinidriverFiles(descriptor), IsEmpty());
-        } else {
-            EXPECT_THAT(MinidriverFiles(descriptor), ElementsAre(c.m_szExpectedMinidriver));
+            folder.Write("rules.vnp", "DevicePreset = \"A\"\n" + testCase.Text("|"));
+        const CChipImageLoadingInformation info(
+            vnp.c_str(), uart, Argument(testCase, "firmware"), Argument(testCase, "config"),
+            Argument(testCase, "minidriver"), Argument(testCase, "directory"), nullptr);
+        const CChipDownloadDescriptor& files = info.GetDescriptor();
+        const char* custom = info.GetCustomDLTypeIfSpecified();
+        std::string text = custom == nullptr ? "" : "custom " + std::string(custom) + "\n";
+        for (unsigned int i = 0; i < files.CountMinidriverFiles(); ++i) {
+            text += "minidriver " + files.GetMinidriverFile(i) + "\n";
         }
-        EXPECT_TRUE(info.IsVintorMode());
-        EXPECT_EQ(descriptor.CountRuleSets(), 1U);
+        for (unsigned int i = 0; i < files.CountConfigDataFiles(); ++i) {
+            text += "config " + files.GetConfigDataFile(i) + "\n";
+        }
+        for (unsigned int i = 0; i < files.CountFirmwareFiles(); ++i) {
+            text += "firmware " + files.GetFirmwareFile(i) + "\n";
+        }
+        EXPECT_EQ(text, testCase.Text(">"));
+        EXPECT_EQ(info.IsVintorMode(), custom == nullptr);
+        EXPECT_EQ(files.CountRuleSets(), 1U);
         EXPECT_EQ(info.GetVnpFileNameIfSpecified(), vnp);
-        EXPECT_EQ(info.GetCustomDLTypeIfSpecified(), nullptr);
     }
-}
-
-TEST(ChipImageLoadingInformation, ACustomDownloadTakesTheArgumentsAsTheyAre) {
-    const CTempDir folder;
-    const std::string vnp = folder.Write("rules.vnp",
-                                         "DevicePreset = \"A\"\nCustomDownload = x4410a\n"
-                                         "DLConfig = 0\nConfigPath = c.hex\n");
-    const CChipImageLoadingInformation info(vnp.c_str(), CCommunicationParameters(), "", "NULL",
-                                            "m.hex", nullptr, nullptr);
-    EXPECT_STREQ(info.GetCustomDLTypeIfSpecified(), "x4410a");
-    EXPECT_FALSE(info.IsVintorMode());
-    EXPECT_EQ(OnlyConfigFile(info.GetDescriptor()), "NULL");
-    EXPECT_THAT(MinidriverFiles(info.GetDescriptor()), ElementsAre("m.hex"));
-    EXPECT_EQ(info.GetDescriptor().CountFirmwareFiles(), 0U);
-    EXPECT_EQ(info.GetDescriptor().CountRuleSets(), 1U);
 }
 
 TEST(ChipImageLoadingInformation, SuppliedImagesComeLastAndAreEnough) {
     std::vector<CChipImageByteData> images = {{"FIRMWARE", "ready-made", "memory"}};
     Bytes data = {1, 2, 3};
     images[0].AddRange(CByteBuffer(data.data(), 3, BYTE_BUFFER_OWNED));
-    CChipImageLoadingInformation info(nullptr, CCommunicationParameters(), nullptr, nullptr,
+    // A VNP file that is not there is one without parameters.
+    CChipImageLoadingInformation info("/nowhere.vnp", CCommunicationParameters(), nullptr, nullptr,
                                       nullptr, nullptr, &images);
     ASSERT_EQ(info.PrepareToLoad(nullptr), "");
     ASSERT_EQ(info.CountChunks(), 1U);
     EXPECT_STREQ(info.GetChunk(0).GetName(), "ready-made");
-    EXPECT_EQ(RangeBytes(info.GetChunk(0), 0), data);
+    EXPECT_EQ(RangesText(info.GetChunk(0)), " 0:010203");
 }
 
 TEST(ChipImageLoadingInformation, FindsChunksByNameAndKindWhateverTheirCase) {
@@ -340,53 +281,29 @@ TEST(ChipImageLoadingInformation, FindsChunksByNameAndKindWhateverTheirCase) {
 
 TEST(ChipImageLoadingInformation, TellsTheMemoryTypeFromTheFirstRuleSet) {
     const struct {
-        const char* m_szTargeting;
+        const char* m_szTargeting;  // null when the first set does not say
         const char* m_szExpected;
     } cases[] = {
         {"serial flash", "FLASH"},     {"ram", "RAM"}, {"ROM", "???"}, {"NVRAM/Flash", "FLASH"},
-        {"flash or eeprom", "EEPROM"},
+        {"flash or eeprom", "EEPROM"}, {nullptr, ""},
     };
+    CDownloadRulesSet second("");
+    EXPECT_EQ(second.SetDownloadParameter("DLConfigTargeting", "EEPROM", false), "");
+    std::string error;
     for (const auto& c : cases) {
         CDownloadRulesSet rules("");
-        ASSERT_EQ(rules.SetDownloadParameter("DLConfigTargeting", c.m_szTargeting, false), "");
-        CDownloadRulesSet second("");
-        ASSERT_EQ(second.SetDownloadParameter("DLConfigTargeting", "EEPROM", false), "");
+        (void)rules.SetDownloadParameter("DLConfigTargeting", c.m_szTargeting, false);
         CChipDownloadDescriptor descriptor;
         descriptor.AddRuleSet(rules);
         descriptor.AddRuleSet(second);
-        std::string error;
         const CChipImageLoadingInformation info(descriptor, false, nullptr);
-        EXPECT_EQ(info.GetVintorMemoryType(&error), c.m_szExpected) << c.m_szTargeting;
-        EXPECT_EQ(error, "");
+        EXPECT_EQ(info.GetVintorMemoryType(&error), c.m_szExpected);
+        EXPECT_EQ(error,
+                  c.m_szTargeting != nullptr ? "" : "Missing download parameter DLConfigTargeting");
     }
-}
-
-TEST(ChipImageLoadingInformation, ARuleSetHasToSayTheMemoryType) {
-    std::string error;
-    const CChipImageLoadingInformation noRules(CChipDownloadDescriptor(), false, nullptr);
-    EXPECT_EQ(noRules.GetVintorMemoryType(&error), "");
+    error.clear();
+    EXPECT_EQ(InfoOf({}, {}, {}).GetVintorMemoryType(&error), "");
     EXPECT_EQ(error, "");
-
-    CChipDownloadDescriptor descriptor;
-    descriptor.AddRuleSet(CDownloadRulesSet(""));
-    const CChipImageLoadingInformation silent(descriptor, false, nullptr);
-    EXPECT_EQ(silent.GetVintorMemoryType(&error), "");
-    EXPECT_THAT(error, testing::HasSubstr("DLConfigTargeting"));
-}
-
-TEST(ChipImageLoadingInformation, OverridesAreUnsetUntilTheUserSaysSomething) {
-    CChipImageLoadingInformation info(CChipDownloadDescriptor(), false, nullptr);
-    EXPECT_THAT((std::vector{info.GetNeedToErase(), info.GetNeedToWrite(), info.GetNeedToVerify(),
-                             info.GetNeedToCheckCRC()}),
-                ElementsAre(-1, -1, -1, -1));
-    info.SetNeedToErase(false);
-    info.SetNeedToWrite(true);
-    info.SetNeedToVerify(false);
-    info.SetNeedToCheckCRC(true);
-    const CChipImageLoadingInformation copy(info);
-    EXPECT_THAT((std::vector{copy.GetNeedToErase(), copy.GetNeedToWrite(), copy.GetNeedToVerify(),
-                             copy.GetNeedToCheckCRC()}),
-                ElementsAre(0, 1, 0, 1));
 }
 
 }  // namespace

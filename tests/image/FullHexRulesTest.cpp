@@ -64,7 +64,7 @@ void ExpectSameImage(const std::string& text, bool allowOverlap, const CChipImag
     const Loaded expected = LoadByFullRules(plain, allowOverlap, old);
     CChipImageByteData image = old;
     ASSERT_EQ(image.LoadFromHexFile(file.Name(), false, allowOverlap), expected.error) << text;
-    ASSERT_EQ(ImageText(image), ImageText(expected.image)) << text;
+    ASSERT_EQ(RangesText(image), RangesText(expected.image)) << text;
     if (!plain.GetData().empty() && image.CountContiguousRanges() > 0) {
         const unsigned int first = plain.GetData().front().address;
         EXPECT_EQ(image.GetFirstAddressLoaded(),

@@ -1,22 +1,26 @@
 #pragma once
 
-#include <cstdio>
 #include <string>
 
 #include "image/ChipImageByteData.h"
+#include "util/FormatText.h"
 
-// Every range as "address:bytes", in list order, so that images compare as a user sees them.
-inline std::string ImageText(const CChipImageByteData& image) {
+// Every range as " address:bytes", in list order, so that images compare as a user sees them.
+inline std::string RangesText(const CChipImageByteData& image) {
     std::string text;
-    char piece[16];
     for (unsigned int i = 0; i < image.CountContiguousRanges(); ++i) {
-        std::snprintf(piece, sizeof piece, "%s%X:", i == 0 ? "" : " ",
-                      image.GetRangeStartingAddress(i));
-        text += piece;
+        text += FormatText(" %X:", image.GetRangeStartingAddress(i));
         for (unsigned int k = 0; k < image.GetRangeByteSize(i); ++k) {
-            std::snprintf(piece, sizeof piece, "%02X", image.GetRangeBytePointer(i)[k]);
-            text += piece;
+            const unsigned char byte = image.GetRangeBytePointer(i)[k];
+            text += "0123456789ABCDEF"[byte >> 4];
+            text += "0123456789ABCDEF"[byte & 0xF];
         }
     }
     return text;
+}
+
+inline std::string ImageText(const CChipImageByteData& image) {
+    return FormatText("first %X, launch ", image.GetFirstAddressLoaded()) +
+           (image.IsLaunchAddressKnown() ? FormatText("%X:", image.GetLaunchAddress()) : "-:") +
+           RangesText(image);
 }
