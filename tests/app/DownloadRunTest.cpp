@@ -45,7 +45,9 @@ std::string WithoutRunning(const std::string& printed) {
     std::istringstream in(printed);
     std::string rest;
     for (std::string line; std::getline(in, line);) {
-        rest += line.find("Current state: Executing") == std::string::npos ? line + "\n" : "";
+        const bool isRunning = line.find("Current state: Executing") != std::string::npos ||
+                               line.ends_with("Current state: Initialized");
+        rest += isRunning ? "" : line + "\n";
     }
     return rest;
 }
