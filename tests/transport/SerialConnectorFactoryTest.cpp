@@ -64,13 +64,14 @@ TEST(SerialConnectorFactoryDeathTest, ControllingTerminalsOfTwoSessionsDoNotColl
     const CTestTerminal second;
     EXPECT_EXIT(
         {
-            const auto held = ConnectInASession(first);
-            if (fork() == 0) {
-                ConnectInASession(second);
-                _exit(0);
+            // The fork comes first: afterwards this process has a reader thread.
+            int turn[2] = {};
+            char go = 0;
+            if (pipe(turn) == 0 && fork() == 0) {
+                _exit(read(turn[0], &go, 1) == 1 && ConnectInASession(second) == nullptr);
             }
-            wait(nullptr);
-            _exit(0);
+            const auto held = ConnectInASession(first);
+            _exit(write(turn[1], &go, 1) != 1 || wait(nullptr) < 0);
         },
         testing::ExitedWithCode(0), "^connected\nconnected\n$");
 }
