@@ -12,8 +12,6 @@
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
 // The Command Complete event of a vendor command.
 Bytes Completion(unsigned char opcodeLow, unsigned char opcodeHigh) {
     return {0x0E, 0x04, 0x01, opcodeLow, opcodeHigh, 0x00};

@@ -11,7 +11,12 @@
 #include <string>
 #include <vector>
 
+#include "os/FileDescriptor.h"
+#include "util/ByteOrder.h"
+
 // What all fuzz targets share. A target is one source file with libFuzzer's entry function.
+
+using Bytes = std::vector<unsigned char>;
 
 // Ends the process when a statement about the code under test does not hold.
 #define FUZZ_CHECK(condition)                                                              \
@@ -23,9 +28,8 @@
     } while (false)
 
 // What a reader of texts sees of it.
-inline std::string UpToNul(std::string text) {
-    text.resize(std::min(text.find('\0'), text.size()));
-    return text;
+inline std::string UpToNul(const std::string& text) {
+    return text.c_str();
 }
 
 // Hands out an input piece by piece. Past its end everything is 0 or empty.
@@ -35,37 +39,29 @@ public:
 
     bool IsEmpty() const { return m_Rest.empty(); }
 
+    Bytes TakeBytes(std::size_t count) {
+        const auto taken = m_Rest.first(std::min(count, m_Rest.size()));
+        m_Rest = m_Rest.subspan(taken.size());
+        return {taken.begin(), taken.end()};
+    }
+
     unsigned char TakeByte() {
-        const auto bytes = TakeBytes(1);
+        const Bytes bytes = TakeBytes(1);
         return bytes.empty() ? static_cast<unsigned char>(0) : bytes[0];
     }
 
     // Least significant byte first.
     std::uint32_t TakeWord() {
-        std::uint32_t word = 0;
-        int shift = 0;
-        for (const unsigned char byte : TakeBytes(4)) {
-            word |= std::uint32_t{byte} << shift;
-            shift += 8;
-        }
-        return word;
+        Bytes bytes = TakeBytes(4);
+        bytes.resize(4);
+        return CopyLittleEndianBufferToUint32(bytes.data());
     }
 
     // From 0 to limit - 1.
     unsigned int TakeBelow(unsigned int limit) { return TakeByte() % limit; }
 
-    std::vector<unsigned char> TakeBytes(std::size_t count) {
-        count = std::min(count, m_Rest.size());
-        std::vector<unsigned char> bytes(m_Rest.begin(),
-                                         m_Rest.begin() + static_cast<std::ptrdiff_t>(count));
-        m_Rest = m_Rest.subspan(count);
-        return bytes;
-    }
-
-    std::vector<unsigned char> TakeRest() { return TakeBytes(m_Rest.size()); }
-
     std::string TakeRestAsText() {
-        const auto bytes = TakeRest();
+        const Bytes bytes = TakeBytes(m_Rest.size());
         return {bytes.begin(), bytes.end()};
     }
 
@@ -76,26 +72,17 @@ private:
 // A file that never touches a disk, for code that wants a path.
 class CMemoryFile {
 public:
-    CMemoryFile()
-        : m_hFile(memfd_create("fuzz", MFD_CLOEXEC)),
-          m_strPath("/proc/self/fd/" + std::to_string(m_hFile)) {
-        FUZZ_CHECK(m_hFile >= 0);
-    }
-    CMemoryFile(const CMemoryFile&) = delete;
-    CMemoryFile& operator=(const CMemoryFile&) = delete;
-    ~CMemoryFile() { close(m_hFile); }
-
-    // Replaces the content.
-    const char* Fill(const void* content, std::size_t size) {
-        FUZZ_CHECK(ftruncate(m_hFile, 0) == 0);
-        FUZZ_CHECK(pwrite(m_hFile, content, size, 0) == static_cast<ssize_t>(size));
-        return Path();
-    }
-    const char* Fill(const std::string& content) { return Fill(content.data(), content.size()); }
-
     const char* Path() const { return m_strPath.c_str(); }
 
+    // Replaces the content.
+    const char* Fill(const std::string& content) {
+        const auto size = static_cast<ssize_t>(content.size());
+        FUZZ_CHECK(ftruncate(m_File.Get(), 0) == 0);
+        FUZZ_CHECK(pwrite(m_File.Get(), content.data(), content.size(), 0) == size);
+        return Path();
+    }
+
 private:
-    int m_hFile;
-    std::string m_strPath;
+    const CFileDescriptor m_File{memfd_create("fuzz", MFD_CLOEXEC)};
+    const std::string m_strPath = "/proc/self/fd/" + std::to_string(m_File.Get());
 };

@@ -1,94 +1,67 @@
-#include "PlainImage.h"
+#include "FuzzInput.h"
+#include "image/ImageText.h"
+#include "util/HexText.h"
+#include "util/Wrap32.h"
 
-// Any bytes as an HCD and as an NCD file, against the formats read once more from memory.
+// Any bytes as an HCD and as an NCD file, compared with the formats read once more from memory.
 
 namespace {
 
 struct PLAIN_LOAD {
     std::string error;
-    PlainImage ranges;
+    std::string ranges;        // as RangesText shows them
     std::uint32_t number = 0;  // the launch address, or the count of patch sets
+
+    void AddBytes(const Bytes& bytes) {
+        for (const unsigned char byte : bytes) {
+            AppendHexByte(ranges, byte);
+        }
+    }
 };
 
-void ReadHcdRecord(CFuzzInput& input, const std::vector<unsigned char>& header, bool mergeAdjacent,
-                   PLAIN_LOAD& load) {
-    if ((header[0] != 0x4C && header[0] != 0x4E) || header[1] != 0xFC || header[2] < 4) {
-        load.error = "Wrong HCD file format trying to read the command information";
-        return;
-    }
-    const auto addressBytes = input.TakeBytes(4);
-    const std::uint32_t address = CFuzzInput(addressBytes.data(), addressBytes.size()).TakeWord();
-    const auto bytes = input.TakeBytes(header[2] - 4U);
-    if (addressBytes.size() < 4) {
-        load.error = "Wrong HCD file format trying to read 32-bit address";
-    } else if (bytes.size() < header[2] - 4U) {
-        load.error = "Not enough HCD data bytes in record";
-    } else if (header[0] == 0x4E) {
-        load.number = address;
-    } else if (mergeAdjacent && !load.ranges.empty() &&
-               ((load.ranges.back().address + load.ranges.back().bytes.size()) & 0xFFFFFFFFU) ==
-                   address) {
-        auto& last = load.ranges.back().bytes;
-        last.insert(last.end(), bytes.begin(), bytes.end());
-    } else {
-        load.ranges.push_back({address, bytes});
-    }
-}
-
-void ReadNcdRecord(CFuzzInput& input, std::vector<unsigned char> record, PLAIN_LOAD& load) {
-    char text[80];
-    const int rest = record[3] - 1;
-    const auto bytes = input.TakeBytes(static_cast<std::size_t>(std::max(rest, 0)));
-    if (record[0] != 0x10) {
-        std::snprintf(text, sizeof text, "Unexpected PID value 0x%02X in NCD record", record[0]);
-        load.error = text;
-    } else if (static_cast<int>(bytes.size()) < rest || rest < 0) {
-        std::snprintf(text, sizeof text, "Not enough NCD data bytes in record -- %d bytes expected",
-                      rest);
-        load.error = text;
-    } else {
-        const bool endsSet = record[4] == 6;
-        load.number += endsSet ? 1 : 0;
-        record.insert(record.end(), bytes.begin(), bytes.end());
-        load.ranges.push_back({0, record, static_cast<unsigned char>(endsSet ? 1 : 0)});
-    }
-}
-
-// ReadRecord gets the rest of the input and the header of a record.
-template <typename ReadRecord>
-void ReadRecords(CFuzzInput& input, std::size_t headerSize, PLAIN_LOAD& load,
-                 const ReadRecord& readRecord) {
-    while (load.error.empty()) {
-        const auto header = input.TakeBytes(headerSize);
-        if (header.size() < headerSize) {
-            return;
+PLAIN_LOAD ReadHcd(CFuzzInput input, bool mergeAdjacent) {
+    PLAIN_LOAD load;
+    std::uint32_t next = 0;
+    for (Bytes head; load.error.empty() && (head = input.TakeBytes(3)).size() == 3;) {
+        const Bytes body = input.TakeBytes(head[2]);
+        if ((head[0] != 0x4C && head[0] != 0x4E) || head[1] != 0xFC || head[2] < 4) {
+            load.error = "Wrong HCD file format trying to read the command information";
+        } else if (body.size() < 4) {
+            load.error = "Wrong HCD file format trying to read 32-bit address";
+        } else if (body.size() < head[2]) {
+            load.error = "Not enough HCD data bytes in record";
+        } else if (head[0] == 0x4E) {
+            load.number = CopyLittleEndianBufferToUint32(body.data());
+        } else {
+            const std::uint32_t address = CopyLittleEndianBufferToUint32(body.data());
+            const bool merges = mergeAdjacent && !load.ranges.empty() && address == next;
+            load.ranges += merges ? "" : FormatText(" %X:", address);
+            load.AddBytes({body.begin() + 4, body.end()});
+            next = WrappingAdd(address, head[2] - 4U);
         }
-        readRecord(header);
     }
+    return load;
 }
 
-void CheckHcd(const char* path, CFuzzInput input, bool mergeAdjacent) {
+void CheckHcd(const char* path, const CFuzzInput& input, bool mergeAdjacent) {
     constexpr unsigned int UNTOUCHED = 0xA5A5A5A5U;
-    PLAIN_LOAD plain;
-    ReadRecords(input, 3, plain,
-                [&](const auto& header) { ReadHcdRecord(input, header, mergeAdjacent, plain); });
+    const PLAIN_LOAD plain = ReadHcd(input, mergeAdjacent);
     CChipImageByteData image("CONFIG", "Configuration data", path);
     unsigned int launchAddress = UNTOUCHED;
     FUZZ_CHECK(image.LoadFromHCDFile(path, &launchAddress, mergeAdjacent) == plain.error);
-    FUZZ_CHECK(RangesOf(image) == plain.ranges);
+    FUZZ_CHECK(RangesText(image) == plain.ranges);
     FUZZ_CHECK(launchAddress == (plain.error.empty() ? plain.number : UNTOUCHED));
     FUZZ_CHECK(image.IsLaunchAddressKnown() ==
                (plain.error.empty() && image.FindRangeWithThisAddress(plain.number) >= 0));
     FUZZ_CHECK(!image.IsLaunchAddressKnown() || image.GetLaunchAddress() == plain.number);
-    const std::uint32_t first = plain.ranges.empty() ? 0 : plain.ranges.front().address;
+    const std::uint32_t first = plain.ranges.empty() ? 0 : image.GetRangeStartingAddress(0);
     FUZZ_CHECK(image.GetFirstAddressLoaded() ==
                (image.FindRangeWithThisAddress(first) >= 0 ? first : 0));
-    CheckAddresses(image);
 }
 
 void CheckNcd(const char* path, CFuzzInput input) {
     PLAIN_LOAD plain;
-    const auto version = input.TakeBytes(8);
+    const Bytes version = input.TakeBytes(8);
     const std::size_t descriptors = version.size() < 8 ? 0 : std::size_t{8} * version[7];
     if (version.size() < 8) {
         plain.error = std::string("Failed to read version information from NCD file ") + path;
@@ -97,12 +70,31 @@ void CheckNcd(const char* path, CFuzzInput input) {
     } else if (input.TakeBytes(descriptors).size() < descriptors) {
         plain.error = std::string("Failed to skip PATCH_DESC array in NCD file ") + path;
     }
-    ReadRecords(input, 5, plain, [&](const auto& header) { ReadNcdRecord(input, header, plain); });
+    Bytes flags;
+    for (Bytes head; plain.error.empty() && (head = input.TakeBytes(5)).size() == 5;) {
+        const int rest = head[3] - 1;
+        const Bytes body = input.TakeBytes(static_cast<std::size_t>(std::max(rest, 0)));
+        if (head[0] != 0x10) {
+            plain.error = FormatText("Unexpected PID value 0x%02X in NCD record", head[0]);
+        } else if (static_cast<int>(body.size()) != rest) {
+            plain.error =
+                FormatText("Not enough NCD data bytes in record -- %d bytes expected", rest);
+        } else {
+            flags.push_back(head[4] == 6 ? 1 : 0);
+            plain.number += flags.back();
+            plain.ranges += " 0:";
+            plain.AddBytes(head);
+            plain.AddBytes(body);
+        }
+    }
     CChipImageByteData image("CONFIG", "Configuration data", path);
     unsigned int patchSets = 0xA5A5A5A5U;
     FUZZ_CHECK(image.LoadFromNCDFile(path, &patchSets) == plain.error);
     FUZZ_CHECK(patchSets == plain.number);
-    FUZZ_CHECK(RangesOf(image) == plain.ranges);
+    FUZZ_CHECK(RangesText(image) == plain.ranges);
+    for (unsigned int i = 0; i < flags.size(); ++i) {
+        FUZZ_CHECK(image.GetByteBuffer(i).GetFlag() == flags[i]);
+    }
     FUZZ_CHECK(!image.IsLaunchAddressKnown() && image.GetFirstAddressLoaded() == 0);
 }
 
@@ -110,7 +102,7 @@ void CheckNcd(const char* path, CFuzzInput input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static CMemoryFile file;
-    const char* const path = file.Fill(data, size);
+    const char* const path = file.Fill({data, data + size});
     CheckHcd(path, CFuzzInput(data, size), false);
     CheckHcd(path, CFuzzInput(data, size), true);
     CheckNcd(path, CFuzzInput(data, size));

@@ -5,8 +5,6 @@
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
 constexpr std::size_t HEADER_SIZE = 4;
 constexpr std::size_t REPLY_ROOM = 2048;
 constexpr unsigned int TRIES = 200;

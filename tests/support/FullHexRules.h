@@ -4,78 +4,87 @@
 #include <vector>
 
 #include "corekit/intelhex/IntelHexReader.h"
+#include "image/ChipImageByteData.h"
 #include "util/FileHandle.h"
+#include "util/FormatText.h"
+#include "util/Wrap32.h"
 
-// What the rules for Intel HEX files make of a file, word by word and without any haste: fgets,
-// ValidateIntelHexLine, ProcessInputLine. The fast way is held against it.
+// Reads Intel HEX files by their rules, each line on its own and without any haste: fgets,
+// ValidateIntelHexLine, ProcessInputLine. The fast reader is compared with it.
 class CFullHexRules {
 public:
-    struct Data {
-        unsigned int address;
-        std::vector<unsigned char> bytes;
-        bool operator==(const Data&) const = default;
-    };
+    explicit CFullHexRules(const char* fileName) : m_pFile(std::fopen(fileName, "rt")) {}
 
-    explicit CFullHexRules(const char* fileName) : m_pFile(std::fopen(fileName, "rt")) {
-        if (!TryFirstLines()) {
-            return;
-        }
-        std::rewind(m_pFile.get());
-        m_Reader = CIntelHexReader();
-        m_nLine = 0;
-        for (Data data; GetMore(data);) {
-            if (!data.bytes.empty()) {
-                m_Data.push_back(data);
-            }
-        }
-    }
-
-    const std::vector<Data>& GetData() const { return m_Data; }
     const std::string& GetError() const { return m_strError; }
 
-private:
-    bool TryFirstLines() {
-        for (int call = 1; call <= 7; ++call) {
-            Data data;
-            const bool more = GetMore(data);
-            if (more && call < 7 && !data.bytes.empty()) {
-                return true;
-            }
-            if (!more) {
-                break;
-            }
-        }
-        m_strError = "Invalid file format: " + m_strError;
-        return false;
-    }
-
-    bool GetMore(Data& data) {
+    // One line. False at the end and at an error.
+    bool GetMore(unsigned int* address, std::vector<unsigned char>& bytes) {
+        bytes.clear();
         char buffer[550];
         if (std::fgets(buffer, sizeof buffer, m_pFile.get()) == nullptr) {
             return false;
         }
         std::string line = buffer;
-        while (!line.empty() && std::string(" \t\n\v\f\r").find(line.back()) != std::string::npos) {
-            line.pop_back();
-        }
-        std::string text;
+        line.erase(line.find_last_not_of(" \t\n\v\f\r") + 1);
+        std::string fault;
         bool skip = false;
-        data.bytes.clear();
-        if (!m_Reader.ValidateIntelHexLine(line.c_str(), ++m_nLine, false, &text, &skip)) {
-            m_strError = "Invalid intel hex data format: " + text;
+        if (!m_Rules.ValidateIntelHexLine(line.c_str(), ++m_nLine, false, &fault, &skip)) {
+            m_strError = "Invalid intel hex data format: " + fault;
             return false;
         }
-        if (skip) {
-            return true;
-        }
         unsigned short type = 0;
-        m_Reader.ProcessInputLine(line.c_str(), &data.address, data.bytes, &type);
-        return type != 1;
+        if (!skip) {
+            m_Rules.ProcessInputLine(line.c_str(), address, bytes, &type);
+        }
+        return type != INTEL_HEX_END_OF_FILE;
     }
 
+private:
     CFileHandle m_pFile;
-    CIntelHexReader m_Reader;
+    CIntelHexReader m_Rules;
     int m_nLine = 0;
-    std::vector<Data> m_Data;
     std::string m_strError;
 };
+
+// Adds a file's runs to the image until the first error, which it returns.
+inline std::string LoadByFullRules(const char* fileName, bool allowOverlap,
+                                   CChipImageByteData& image) {
+    unsigned int address = 0;
+    std::vector<unsigned char> bytes;
+    CFullHexRules trial(fileName);
+    for (int call = 1; bytes.empty(); ++call) {
+        if (!trial.GetMore(&address, bytes) || call > 6) {
+            return "Invalid file format: " + trial.GetError();
+        }
+    }
+    const unsigned int first = address;
+    unsigned int start = 0;
+    std::vector<unsigned char> run;
+    std::string error;
+    const auto closeRun = [&] {
+        unsigned int where = 0;
+        const auto size = static_cast<unsigned int>(run.size());
+        if (size > 0 && !allowOverlap && image.Overlaps(start, size, &where)) {
+            error = FormatText("Data overlap at address 0x%08X", where);
+        } else if (size > 0) {
+            CByteBuffer range(run.data(), size, BYTE_BUFFER_OWNED);
+            range.SetBaseAddress(start);
+            image.AddRange(range);
+        }
+        run.clear();
+    };
+    CFullHexRules rules(fileName);
+    while (error.empty() && rules.GetMore(&address, bytes)) {
+        const bool continues = address == WrappingAdd(start, static_cast<unsigned int>(run.size()));
+        if (!bytes.empty() && (run.empty() || !continues)) {
+            closeRun();
+            start = address;
+        }
+        run.insert(run.end(), bytes.begin(), bytes.end());
+    }
+    if (error.empty() && rules.GetError().empty()) {
+        closeRun();
+    }
+    image.SetFirstAddressLoaded(first);
+    return error.empty() ? rules.GetError() : error;
+}
