@@ -15,19 +15,28 @@ function(hciload_folder name)
     target_link_libraries(${name} PRIVATE hciload_options)
 endfunction()
 
+# hciload_test(name [REAL_TIME] Source.cpp...)
+#
 # One test program for each folder; its cases are registered with ctest one by one.
 # A test file that no list names would pass for ever.
+# REAL_TIME: its cases wait for programs, threads or the kernel's terminal. They have the label
+# "realtime", and only one of them runs at a time.
 function(hciload_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 test "REAL_TIME" "" "")
+    set(properties TIMEOUT 120)
+    if(test_REAL_TIME)
+        list(APPEND properties LABELS realtime RESOURCE_LOCK realtime)
+    endif()
     file(GLOB forgotten RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS *Test.cpp)
-    list(REMOVE_ITEM forgotten ${ARGN})
+    list(REMOVE_ITEM forgotten ${test_UNPARSED_ARGUMENTS})
     if(forgotten)
         message(FATAL_ERROR "${name} does not list ${forgotten}")
     endif()
-    add_executable(${name} ${ARGN})
+    add_executable(${name} ${test_UNPARSED_ARGUMENTS})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_compile_definitions(${name} PRIVATE HCILOAD_SANITIZE="${HCILOAD_SANITIZE}")
     # Tests are compiled more often than they run; what they test is optimized.
     target_compile_options(${name} PRIVATE -O0)
     target_link_libraries(${name} PRIVATE chipsim_core hciload_options GTest::gmock GTest::gtest_main)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "support/CaseFile.h"
@@ -89,20 +90,22 @@ void RunCase(const FILE_CASE& shellCase) {
     EXPECT_TRUE(Matches(shellCase.Text("!"), SettledLines(result.err))) << result.err;
 }
 
-class ShellCases : public testing::TestWithParam<const char*> {};
-
-TEST_P(ShellCases, PrintWhatTheyMust) {
+// The cases of all files in one go, since each of them mostly waits.
+TEST(ShellCases, PrintWhatTheyMust) {
     const CTempDir folder;
     const std::string large = IntelHexText({{0x00500000, SampleBytes(250'000, 1)}});
     ::setenv("LARGE", folder.Write("large.hex", large).c_str(), 1);
     ::setenv("EXAMPLES", EXAMPLES_FOLDER, 1);
     ::setenv("PATH", (std::string(PROGRAMS_FOLDER ":") + ::getenv("PATH")).c_str(), 1);
-    RunSideBySide(ReadCases(std::string(CASES_FOLDER "/") + GetParam() + ".txt"), RunCase);
+    std::vector<FILE_CASE> cases;
+    for (const auto& file : std::filesystem::directory_iterator(CASES_FOLDER)) {
+        if (file.path().extension() == ".txt" && file.path().filename() != "CMakeLists.txt") {
+            const std::vector<FILE_CASE> more = ReadCases(file.path());
+            cases.insert(cases.end(), more.begin(), more.end());
+        }
+    }
+    EXPECT_GT(cases.size(), 50U);
+    RunSideBySide(cases, RunCase);
 }
-
-INSTANTIATE_TEST_SUITE_P(Of, ShellCases,
-                         testing::Values("chipsim", "command_lines", "downloads", "patches",
-                                         "ways_out"),
-                         [](const auto& file) { return file.param; });
 
 }  // namespace
