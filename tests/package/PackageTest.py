@@ -4,8 +4,8 @@ manual pages, completes options with TAB, runs a download, links a program, remo
 
     tests/package/PackageTest.py BUILD [OUT]
 
-BUILD is the folder of a finished build. The package and the source tarball are copied to OUT if it is
-given. Tests whose tools are missing are skipped; scripts/test installs all tools.
+BUILD is the folder of a finished build. If OUT is given, the source tarball is built, too, and copied to
+OUT with the package. Tests whose tools are missing are skipped; scripts/test installs all tools.
 """
 
 import gzip
@@ -296,12 +296,15 @@ class Library(unittest.TestCase):
 
 class SourceTarball(unittest.TestCase):
     def test_builds(self):
+        """Without OUT only up to the point where Ninja has found all sources: they were just built."""
         run("tar", "-xf", TARBALL, "-C", SCRATCH)
         source = SCRATCH / f"hciload-{version()}"
         build = source / "build"
-        options = ["-DBUILD_TESTING=OFF", "-DCMAKE_BUILD_TYPE=Debug", "-G", "Ninja"]
-        run("cmake", "-S", source, "-B", build, *options)
-        run("cmake", "--build", build, "--target", "hciload", "chipsim")
+        run("cmake", "-S", source, "-B", build, "-DBUILD_TESTING=OFF", "-G", "Ninja")
+        if len(sys.argv) < 3:
+            run("ninja", "-C", build, "-n")
+            return
+        run("cmake", "--build", build)
         self.assertEqual(run(build / "chipsim", "--version"), f"chipsim {version()}\n")
         run(build / "hciload", status=254)
 
