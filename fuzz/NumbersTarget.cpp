@@ -1,39 +1,29 @@
-#include <cstring>
-
 #include "FuzzInput.h"
 #include "util/DateTimeHolder.h"
 #include "util/HexText.h"
 #include "util/NumberText.h"
 
-// Numbers in every notation, and dates with times.
+// Numbers and lists of hexadecimal bytes in every notation, and dates with times.
 
 namespace {
 
-// The number from its digits, one by one, modulo 2^32.
-std::uint32_t ValueOf(const std::string& text) {
-    const bool isPrefixed = text.size() > 2 && text[0] == '0' && std::strchr("xXbB", text[1]);
-    const std::uint64_t radix = !isPrefixed ? 10 : (text[1] == 'x' || text[1] == 'X' ? 16 : 2);
-    const bool isNegative = text[0] == '-';
-    std::uint64_t value = 0;
-    for (std::size_t i = isPrefixed ? 2 : (isNegative ? 1 : 0); i < text.size(); ++i) {
-        const char digit = text[i] >= 'a' ? static_cast<char>(text[i] - 'a' + 'A') : text[i];
-        value = (value * radix +
-                 static_cast<std::uint64_t>(digit <= '9' ? digit - '0' : digit - 'A' + 10)) &
-                0xFFFFFFFFU;
-    }
-    return static_cast<std::uint32_t>(isNegative ? (0x100000000U - value) & 0xFFFFFFFFU : value);
-}
-
 void CheckInteger(const std::string& text) {
     constexpr unsigned int UNTOUCHED = 0xA5A5A5A5U;
+    const char* const chars = text.c_str();
     unsigned int value = UNTOUCHED;
-    const bool isNumber = TryToGetUIntValue(text.c_str(), &value);
-    FUZZ_CHECK(isNumber ==
-               (IsDecInt(text.c_str()) || IsHexInt(text.c_str()) || IsBinaryInt(text.c_str())));
-    FUZZ_CHECK(value == (isNumber ? ValueOf(text) : UNTOUCHED));
-    FUZZ_CHECK(GetUIntValue(text.c_str()) == (isNumber ? value : 0));
-    FUZZ_CHECK(GetIntValue(text.c_str()) == static_cast<int>(GetUIntValue(text.c_str())));
-    FUZZ_CHECK(!IsDecInt(text.c_str()) || IsRealNumber(text.c_str()));
+    const bool isNumber = TryToGetUIntValue(chars, &value);
+    FUZZ_CHECK(isNumber == (IsDecInt(chars) || IsHexInt(chars) || IsBinaryInt(chars)));
+    FUZZ_CHECK(isNumber || value == UNTOUCHED);
+    if (isNumber && !IsBinaryInt(chars) && text.size() <= 10) {
+        const long long number = std::stoll(text, nullptr, IsHexInt(chars) ? 16 : 10);
+        FUZZ_CHECK(value == static_cast<std::uint32_t>(number & 0xFFFFFFFF));
+    }
+    FUZZ_CHECK(!IsDecInt(chars) || IsRealNumber(chars));
+    char room[300];
+    const std::string column =
+        UIntToHex(value, room, static_cast<unsigned char>(text.size()), false);
+    const std::string digits = column.substr(column.find_first_not_of(' '));
+    FUZZ_CHECK(GetUIntValue(("0x" + digits).c_str()) == value);
 }
 
 void CheckDateTime(const std::string& text) {
@@ -43,11 +33,31 @@ void CheckDateTime(const std::string& text) {
     FUZZ_CHECK(again == (shown.find('@') == std::string::npos ? "00:00:00.000" : shown));
 }
 
-void CheckHexColumn(unsigned int value, unsigned char width) {
-    std::vector<char> room(std::max<std::size_t>(width, 8) + 3);
-    FUZZ_CHECK(UIntToHex(value, room.data(), width, true) == room.data());
-    const std::string digits = room.data() + std::strspn(room.data() + 2, " ") + 2;
-    FUZZ_CHECK(GetUIntValue(("0x" + digits).c_str()) == value);
+// What the reader stores lies within the limit, agrees with its count and with counting alone.
+template <typename READER>
+void CheckLimits(const READER& read) {
+    constexpr unsigned char UNTOUCHED = 0xA5;
+    unsigned int total = 0;
+    const bool isList = read(nullptr, 0, &total);
+    for (const unsigned int limit : {total, total / 2}) {
+        Bytes bytes(limit + 1, UNTOUCHED);
+        unsigned int count = 0;
+        FUZZ_CHECK(read(bytes.data(), limit, &count) == (isList && total <= limit));
+        FUZZ_CHECK(count == limit && bytes[limit] == UNTOUCHED);
+    }
+}
+
+void CheckWayBack(const Bytes& bytes) {
+    const auto size = static_cast<unsigned int>(bytes.size());
+    Bytes again(bytes.size());
+    unsigned int count = 0;
+    for (const bool withPrefix : {false, true}) {
+        std::string text;
+        FUZZ_CHECK(BytesToHexString(bytes.data(), size, text, ' ', withPrefix) == text.size());
+        FUZZ_CHECK(ParseHexBytesFromString(text.c_str(), again.data(), size, &count) ==
+                   !bytes.empty());
+        FUZZ_CHECK(count == size && again == bytes);
+    }
 }
 
 }  // namespace
@@ -56,6 +66,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = UpToNul({data, data + size});
     CheckInteger(text);
     CheckDateTime(text);
-    CheckHexColumn(GetUIntValue(text.c_str()), static_cast<unsigned char>(size));
+    CheckLimits([&](unsigned char* out, unsigned int room, unsigned int* count) {
+        return ParseHexBytesFromString(text.c_str(), out, room, count);
+    });
+    CheckLimits([&](unsigned char* out, unsigned int room, unsigned int* count) {
+        return ParseHexBytesWithoutDelimiters(text.c_str(), out, room, count, '*');
+    });
+    CheckWayBack({data, data + size});
     return 0;
 }

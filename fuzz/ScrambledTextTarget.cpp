@@ -10,35 +10,14 @@
 
 namespace {
 
-std::unique_ptr<CBaseEncoderDecoder> MakeEncoder(const std::vector<unsigned char>& key) {
-    std::string keyText;
-    BytesToHexString(key.data(), static_cast<unsigned int>(key.size()), keyText, ' ', false);
-    auto encoder = CreateEncoderInstance("xor", keyText.c_str());
-    FUZZ_CHECK(encoder != nullptr && encoder->Initialize().empty());
-    return encoder;
-}
-
-std::string ContentOf(const char* path) {
-    const CFileHandle file = OpenFileForReading(path);
-    FUZZ_CHECK(file != nullptr);
+std::string ReadAllLines(const char* path, CBaseEncoderDecoder* decoder) {
+    CTextFileRawOrEncrypted reader(path, decoder);
+    FUZZ_CHECK(reader.IsValidFile());
     std::string all;
-    std::string piece;
-    while (ReadLinePiece(file.get(), 1000, piece)) {
-        all += piece;
+    while (!reader.IsEOF()) {
+        all += reader.ReadNextLine();
     }
     return all;
-}
-
-std::string Scrambled(std::string text, const std::vector<unsigned char>& key) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = static_cast<char>(text[i] ^ key[i % key.size()]);
-    }
-    return text;
-}
-
-std::string WithoutReturns(std::string text) {
-    std::erase(text, '\r');
-    return text;
 }
 
 // As an editor shows them: one after a last line feed, too.
@@ -49,16 +28,6 @@ std::vector<std::string> SplitLines(const std::string& text) {
         lines.push_back(line);
     }
     return lines;
-}
-
-std::string ReadAllLines(const char* path, CBaseEncoderDecoder* decoder) {
-    CTextFileRawOrEncrypted reader(path, decoder);
-    FUZZ_CHECK(reader.IsValidFile());
-    std::string all;
-    while (!reader.IsEOF()) {
-        all += reader.ReadNextLine();
-    }
-    return all;
 }
 
 bool LooksScrambled(const std::string& content) {
@@ -75,23 +44,28 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static CMemoryFile scrambled;
     static CMemoryFile again;
     CFuzzInput input(data, size);
-    std::vector<unsigned char> key = input.TakeBytes(input.TakeByte() + 1U);
+    Bytes key = input.TakeBytes(input.TakeByte() + 1U);
     key.resize(std::max<std::size_t>(key.size(), 1));
-    const std::string content = input.TakeRestAsText();
+    std::string keyText;
+    BytesToHexString(key.data(), static_cast<unsigned int>(key.size()), keyText, ' ', false);
+    const auto encoder = CreateEncoderInstance("xor", keyText.c_str());
+    FUZZ_CHECK(encoder != nullptr && encoder->Initialize().empty());
+    std::string content = input.TakeRestAsText();
+    std::string coded = content;
+    for (std::size_t i = 0; i < coded.size(); ++i) {
+        coded[i] = static_cast<char>(coded[i] ^ key[i % key.size()]);
+    }
+
     plain.Fill(content);
-    const auto encoder = MakeEncoder(key);
-
     FUZZ_CHECK(encoder->EncodeFile(plain.Path(), scrambled.Path()).empty());
-    const std::string coded = ContentOf(scrambled.Path());
-    FUZZ_CHECK(coded == Scrambled(content, key));
+    FUZZ_CHECK(ReadAllLines(scrambled.Path(), nullptr) == coded);
     FUZZ_CHECK(encoder->DecodeFile(scrambled.Path(), again.Path()).empty());
-    FUZZ_CHECK(ContentOf(again.Path()) == content);
+    FUZZ_CHECK(ReadAllLines(again.Path(), nullptr) == content);
+    const std::string read = ReadAllLines(scrambled.Path(), encoder.get());
 
-    FUZZ_CHECK(ReadAllLines(plain.Path(), nullptr) == content);
-    FUZZ_CHECK(ReadAllLines(scrambled.Path(), encoder.get()) ==
-               (LooksScrambled(coded) ? WithoutReturns(content) : coded));
-
-    const std::vector<std::string> lines = SplitLines(WithoutReturns(content));
+    std::erase(content, '\r');
+    FUZZ_CHECK(read == (LooksScrambled(coded) ? content : coded));
+    const std::vector<std::string> lines = SplitLines(content);
     std::vector<std::string> linesAgain;
     FUZZ_CHECK(encoder->EncodeTextLinesToFile(lines, scrambled.Path()).empty());
     FUZZ_CHECK(encoder->DecodeTextLinesFromFile(scrambled.Path(), linesAgain).empty());

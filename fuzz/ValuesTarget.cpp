@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "FuzzInput.h"
 #include "util/VariableValue.h"
 
@@ -7,17 +5,12 @@
 
 namespace {
 
+// Not so reals, which are rounded, booleans, which are words, and times of day, which are no input.
 bool PacksWithoutLoss(const CVariableValue& value) {
-    // Reals are rounded, booleans are words.
     std::string text;
-    if (value.IsString()) {
-        text = value.GetValueAsString(text, 1000);
-        return text.size() <= 127 && text != "NULMRK";
-    }
-    if (value.IsDateTime()) {
-        return std::strchr(value.GetValueAsString(text, 0), '@') != nullptr;
-    }
-    return value.IsInteger();
+    value.GetValueAsString(text, 1000);
+    return value.IsInteger() || (value.IsString() && text.size() <= 127 && text != "NULMRK") ||
+           (value.IsDateTime() && text.find('@') != std::string::npos);
 }
 
 void CheckPacked(const std::string& text) {
@@ -33,21 +26,22 @@ void CheckPacked(const std::string& text) {
     value.PackIntoString(packed);
     CVariableValue again;
     FUZZ_CHECK(again.UnpackFromString(packed.c_str()));
-    if (PacksWithoutLoss(value)) {
-        FUZZ_CHECK(again == value);
-        FUZZ_CHECK((again.GetName() == nullptr) == (value.GetName() == nullptr));
-    }
+    FUZZ_CHECK((again.GetName() == nullptr) == (value.GetName() == nullptr));
+    FUZZ_CHECK(again == value || !PacksWithoutLoss(value));
 }
 
-void CheckScanned(CVariableValue value, const std::string& text) {
-    const int type = value.GetType();
-    value.ScanValueFromString(text.c_str());
-    FUZZ_CHECK(value.GetType() == type);
-    std::string shown;
-    value.GetValueAsString(shown, 200);
-    if (value.IsInteger()) {
+// A text as a value of each type.
+void CheckScanned(const std::string& text) {
+    for (int type = VALUE_UNDEFINED; type <= VALUE_DATE_TIME; ++type) {
+        CVariableValue value;
+        FUZZ_CHECK(value.UnpackFromString((std::to_string(type) + " n 1").c_str()));
+        value.ScanValueFromString(text.c_str());
+        FUZZ_CHECK(value.GetType() == type);
+        std::string shown;
+        value.GetValueAsString(shown, 200);
         CVariableValue again(value);
-        FUZZ_CHECK(again.ScanValueFromString(shown.c_str()) && again == value);
+        FUZZ_CHECK(!value.IsInteger() ||
+                   (again.ScanValueFromString(shown.c_str()) && again == value));
     }
 }
 
@@ -56,14 +50,6 @@ void CheckScanned(CVariableValue value, const std::string& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text = UpToNul({data, data + size});
     CheckPacked(text);
-    CheckScanned(CVariableValue(static_cast<std::uint8_t>(1)), text);
-    CheckScanned(CVariableValue(static_cast<std::int16_t>(-2)), text);
-    CheckScanned(CVariableValue(std::uint32_t{3}), text);
-    CheckScanned(CVariableValue(std::int64_t{-4}), text);
-    CheckScanned(CVariableValue(5.0F), text);
-    CheckScanned(CVariableValue(6.0), text);
-    CheckScanned(CVariableValue(true), text);
-    CheckScanned(CVariableValue("text"), text);
-    CheckScanned(CVariableValue(CDateTimeHolder("2024-02-29@23:59:58.007")), text);
+    CheckScanned(text);
     return 0;
 }
