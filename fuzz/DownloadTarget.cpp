@@ -4,7 +4,6 @@
 #include "download/VintorCommands.h"
 #include "download/VintorDownload.h"
 #include "support/HexRecord.h"
-#include "util/ByteOrder.h"
 
 // Runs each exchange with the chip, and the whole download, on a port where anything may arrive.
 // What is reported as done must have been answered. An input is the number of the exchange, the
@@ -13,7 +12,7 @@
 namespace {
 
 // The Command Complete event of a vendor command.
-Bytes Completion(unsigned char opcodeLow, unsigned char opcodeHigh) {
+Bytes Completion(unsigned char opcodeLow, unsigned char opcodeHigh = 0xFC) {
     return {0x0E, 0x04, 0x01, opcodeLow, opcodeHigh, 0x00};
 }
 
@@ -37,64 +36,39 @@ CChipImageLoadingInformation MakeInformation(unsigned int flags) {
     return info;
 }
 
-void CheckOutcome(const CChipDownloader& downloader, bool isDone) {
+// Whether an operation was done, with the downloader's error to match.
+bool Outcome(const CChipDownloader& downloader, bool isDone) {
     FUZZ_CHECK(isDone == (*downloader.GetErrorDescription() == '\0'));
+    return isDone;
 }
 
-struct PARAMETERS {
-    explicit PARAMETERS(CFuzzInput& input)
-        : address(input.TakeWord()),
-          crc(input.TakeWord()),
-          record(input.TakeBytes(input.TakeByte())) {}
-
-    unsigned int address;
-    unsigned int crc;
-    Bytes record;
-};
-
-void WriteAndVerify(const PARAMETERS& parameters, CChipDownloader& downloader,
-                    CPieceConnector& port) {
-    const unsigned int address = parameters.address;
-    Bytes record = parameters.record;
+void WriteAndVerify(CChipDownloader& downloader, CPieceConnector& port, std::uint32_t address,
+                    Bytes record) {
     const auto size = static_cast<unsigned char>(record.size());
     record.resize(256);
     CByteBuffer* const prefix = downloader.UARTTransmitPrefix();
-    if (VintorDownloadSingleRecord(&port, prefix, record.data(), size, address)) {
-        FUZZ_CHECK(port.HasDelivered(Completion(0x4C, 0xFC)));
-    }
-    FUZZ_CHECK(port.m_Transmitted.size() == 1 && port.m_Transmitted[0].size() == 8U + size);
+    FUZZ_CHECK(!VintorDownloadSingleRecord(&port, prefix, record.data(), size, address) ||
+               port.HasDelivered(Completion(0x4C)));
     std::string error;
-    if (VintorVerifySingleRecord(&port, prefix, record.data(), size, address, &error)) {
-        record.resize(size);
-        FUZZ_CHECK(error.empty() && port.HasDelivered(record));
-    } else {
-        FUZZ_CHECK(!error.empty());
-    }
+    const bool isSame =
+        VintorVerifySingleRecord(&port, prefix, record.data(), size, address, &error);
+    record.resize(size);
+    FUZZ_CHECK(isSame == error.empty() && (!isSame || port.HasDelivered(record)));
 }
 
-void CheckCRC(const PARAMETERS& parameters, CChipDownloader& downloader, CPieceConnector& port) {
-    const bool isEqual =
-        VerifyCRC(&downloader, parameters.address,
-                  static_cast<unsigned int>(parameters.record.size()), parameters.crc);
-    CheckOutcome(downloader, isEqual);
-    if (isEqual) {
-        Bytes reply = {0x0E, 0x08, 0x01, 0xCC, 0xFC, 0x00, 0, 0, 0, 0};
-        CopyUint32ToLittleEndianBuffer(parameters.crc, &reply[6]);
-        FUZZ_CHECK(port.HasDelivered(reply));
-    }
-}
-
-void Erase(CChipDownloader& downloader, CPieceConnector& port) {
-    const bool isErased = VintorChipErase(&downloader);
-    CheckOutcome(downloader, isErased);
-    FUZZ_CHECK(!isErased || port.HasDelivered(Completion(0xCE, 0xFF)));
-    FUZZ_CHECK(port.m_nReads <= 10000);
+void CheckCRC(CChipDownloader& downloader, const CPieceConnector& port, std::uint32_t address,
+              std::size_t size, std::uint32_t crc) {
+    Bytes reply = {0x0E, 0x08, 0x01, 0xCC, 0xFC, 0x00, 0, 0, 0, 0};
+    CopyUint32ToLittleEndianBuffer(crc, &reply[6]);
+    FUZZ_CHECK(!Outcome(downloader,
+                        VerifyCRC(&downloader, address, static_cast<unsigned int>(size), crc)) ||
+               port.HasDelivered(reply));
 }
 
 void Launch(CChipDownloader& downloader, CPieceConnector& port) {
     if (VintorMinidriverLaunch(&downloader, 0xFFFFFFFF)) {
-        FUZZ_CHECK(port.HasDelivered(Completion(0x4E, 0xFC)));
-        CheckOutcome(downloader, VintorDownloadReset(&downloader));
+        FUZZ_CHECK(port.HasDelivered(Completion(0x4E)));
+        Outcome(downloader, VintorDownloadReset(&downloader));
     }
     PerformHCIReset(&downloader);
     // A port that fails goes on failing.
@@ -104,20 +78,17 @@ void Launch(CChipDownloader& downloader, CPieceConnector& port) {
     FUZZ_CHECK(error.empty() || port.ReadReceivedBytes(&byte, 1, &count) == error);
 }
 
-void DownloadAll(CChipDownloader& downloader, CPieceConnector& port) {
-    const std::string error = downloader.PrepareForDownload();
-    if (!error.empty()) {
+void DownloadAll(CChipDownloader& downloader, const CPieceConnector& port) {
+    if (!downloader.PrepareForDownload().empty()) {
         return;
     }
     VintorDownloadingFunction(&downloader);
     const DownloadStates state = downloader.GetStatus(nullptr, nullptr, nullptr, nullptr);
-    if (state == DOWNLOAD_COMPLETED) {
-        FUZZ_CHECK(port.HasDelivered(Completion(0x4C, 0xFC)));
-        FUZZ_CHECK(port.HasDelivered(Completion(0x4E, 0xFC)));
+    if (Outcome(downloader, state == DOWNLOAD_COMPLETED)) {
+        FUZZ_CHECK(port.HasDelivered(Completion(0x4C)) && port.HasDelivered(Completion(0x4E)));
         const CLockGuard access(downloader.AccessLock());
         FUZZ_CHECK(downloader.GetCompletedMemSegmentList()->size() >= 2);
     }
-    CheckOutcome(downloader, state == DOWNLOAD_COMPLETED);
 }
 
 }  // namespace
@@ -126,18 +97,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CFuzzInput input(data, size);
     const unsigned int kind = input.TakeBelow(5);
     const CChipImageLoadingInformation info = MakeInformation(input.TakeByte());
-    const PARAMETERS parameters(input);
+    const std::uint32_t address = input.TakeWord();
+    const std::uint32_t crc = input.TakeWord();
+    const Bytes record = input.TakeBytes(input.TakeByte());
     CPieceConnector port(input);
     CChipDownloader downloader(info, &port);
     switch (kind) {
         case 0:
-            WriteAndVerify(parameters, downloader, port);
+            WriteAndVerify(downloader, port, address, record);
             break;
         case 1:
-            CheckCRC(parameters, downloader, port);
+            CheckCRC(downloader, port, address, record.size(), crc);
             break;
         case 2:
-            Erase(downloader, port);
+            FUZZ_CHECK(!Outcome(downloader, VintorChipErase(&downloader)) ||
+                       port.HasDelivered(Completion(0xCE, 0xFF)));
+            FUZZ_CHECK(port.m_nReads <= 10000);
             break;
         case 3:
             Launch(downloader, port);

@@ -11,55 +11,36 @@ namespace {
 constexpr std::size_t PLAIN_BUFFER = 128;
 constexpr std::size_t REPLY_BUFFER = 512;
 
-unsigned char g_Command[] = {0x03, 0x0C, 0x00};
-
-void CheckPolls(const CPieceConnector& port, unsigned int timeoutMS) {
+// The plain exchange looks for all of the expected bytes. The other one looks for their first
+// matchLength and replaces the rest of them by what follows in the reply.
+void Exchange(bool isPlain, Bytes expected, unsigned int matchLength, unsigned int timeoutMS,
+              CPieceConnector& port) {
+    unsigned char command[] = {0x03, 0x0C, 0x00};
+    unsigned char indicator = 0x01;
+    CByteBuffer prefix(&indicator, 1, BYTE_BUFFER_OWNED);
+    const auto rest = static_cast<std::ptrdiff_t>(matchLength);
+    const Bytes pattern(expected.begin(), expected.begin() + rest);
+    const auto size = static_cast<unsigned int>(expected.size());
+    std::string error = "old";
+    const bool found =
+        isPlain ? SendCommandAndWaitForCompletion(&port, &prefix, command, sizeof command,
+                                                  expected.data(), size, timeoutMS, &error, nullptr)
+                : SendCommandAndWaitForCompletionMatchRxStart(
+                      &port, &prefix, command, sizeof command, expected.data(), matchLength, size,
+                      timeoutMS, &error, nullptr);
     FUZZ_CHECK(port.m_nReads <= std::max(timeoutMS / 4, 1U));
-    FUZZ_CHECK(port.m_Transmitted.size() == 1);
-    FUZZ_CHECK((port.m_Transmitted[0] == std::vector<unsigned char>{0x01, 0x03, 0x0C, 0x00}));
-}
-
-void WaitForCompletion(std::vector<unsigned char> expected, unsigned int timeoutMS,
-                       CPieceConnector& port) {
-    unsigned char indicator = 0x01;
-    CByteBuffer prefix(&indicator, 1, BYTE_BUFFER_OWNED);
-    std::string error = "old";
-    const bool found = SendCommandAndWaitForCompletion(
-        &port, &prefix, g_Command, sizeof g_Command, expected.data(),
-        static_cast<unsigned int>(expected.size()), timeoutMS, &error, nullptr);
-    CheckPolls(port, timeoutMS);
-    if (found) {
-        FUZZ_CHECK(error.empty() && port.HasDelivered(expected));
-    } else if (error.empty() && port.m_Delivered.size() <= PLAIN_BUFFER) {
-        // Nothing had to be dropped, so nothing may be overlooked.
-        FUZZ_CHECK(!port.HasDelivered(expected));
-    }
-}
-
-void WaitForReply(std::vector<unsigned char> expected, std::size_t matchLength,
-                  unsigned int timeoutMS, CPieceConnector& port) {
-    unsigned char indicator = 0x01;
-    CByteBuffer prefix(&indicator, 1, BYTE_BUFFER_OWNED);
-    const std::vector<unsigned char> pattern(
-        expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(matchLength));
-    std::string error = "old";
-    const bool found = SendCommandAndWaitForCompletionMatchRxStart(
-        &port, &prefix, g_Command, sizeof g_Command, expected.data(),
-        static_cast<unsigned int>(matchLength), static_cast<unsigned int>(expected.size()),
-        timeoutMS, &error, nullptr);
-    CheckPolls(port, timeoutMS);
-    const bool isWhole = port.m_Delivered.size() <= REPLY_BUFFER;
+    FUZZ_CHECK((port.m_Transmitted == std::vector<Bytes>{{0x01, 0x03, 0x0C, 0x00}}));
     FUZZ_CHECK(std::equal(pattern.begin(), pattern.end(), expected.begin()));
-    if (found) {
-        FUZZ_CHECK(error.empty() && port.HasDelivered(pattern));
-        // The reply's rest is taken from where it stands if the pattern came first.
-        FUZZ_CHECK(!isWhole ||
-                   std::equal(expected.begin() + static_cast<std::ptrdiff_t>(matchLength),
-                              expected.end(),
-                              port.m_Delivered.begin() + static_cast<std::ptrdiff_t>(matchLength)));
-    } else if (error.empty() && isWhole && port.m_Delivered.size() >= expected.size()) {
-        FUZZ_CHECK(!port.HasDelivered(pattern));
+    FUZZ_CHECK(!found || (error.empty() && port.HasDelivered(pattern)));
+    const Bytes& delivered = port.m_Delivered;
+    if (delivered.size() > (isPlain ? PLAIN_BUFFER : REPLY_BUFFER)) {
+        return;
     }
+    // Nothing had to be dropped, so nothing may be overlooked.
+    FUZZ_CHECK(found || !error.empty() || delivered.size() < size || !port.HasDelivered(pattern));
+    // The reply's rest is taken from where it stands if the pattern came first.
+    FUZZ_CHECK(!found || isPlain ||
+               std::equal(expected.begin() + rest, expected.end(), delivered.begin() + rest));
 }
 
 }  // namespace
@@ -67,20 +48,20 @@ void WaitForReply(std::vector<unsigned char> expected, std::size_t matchLength,
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     CFuzzInput input(data, size);
     const std::size_t replyLength = input.TakeByte();
-    const std::size_t matchLength = std::min<std::size_t>(input.TakeByte(), replyLength);
+    const std::size_t wantedLength = std::min<std::size_t>(input.TakeByte(), replyLength);
     const unsigned int timeoutMS = input.TakeByte() * 16U;
-    std::vector<unsigned char> expected = input.TakeBytes(matchLength);
+    Bytes expected = input.TakeBytes(wantedLength);
     if (expected.empty()) {
         return 0;
     }
-    const std::size_t patternLength = expected.size();
+    const auto matchLength = static_cast<unsigned int>(expected.size());
     // The plain exchange never searches for more than its buffer holds.
-    if (patternLength <= PLAIN_BUFFER) {
+    if (matchLength <= PLAIN_BUFFER) {
         CPieceConnector port(input);
-        WaitForCompletion(expected, timeoutMS, port);
+        Exchange(true, expected, matchLength, timeoutMS, port);
     }
-    expected.resize(std::max(replyLength, patternLength));
+    expected.resize(replyLength);
     CPieceConnector port(input);
-    WaitForReply(expected, patternLength, timeoutMS, port);
+    Exchange(false, expected, matchLength, timeoutMS, port);
     return 0;
 }

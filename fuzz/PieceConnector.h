@@ -1,9 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <deque>
-#include <utility>
-
 #include "FuzzInput.h"
 #include "support/FakeClock.h"
 #include "transport/SerialConnector.h"
@@ -18,22 +14,19 @@
 // Nobody waits while it lives: an exchange with all its polls takes microseconds.
 class CPieceConnector final : public CSerialConnector {
 public:
-    // Past the end of the script reads are in vain; after readLimit reads (0 = never) they fail.
-    explicit CPieceConnector(CFuzzInput script, unsigned int readLimit = 0)
-        : m_nReadLimit(readLimit) {
+    // Past the end of the script reads are in vain; after readLimit reads they fail.
+    explicit CPieceConnector(CFuzzInput script, unsigned int readLimit = 0xFFFFFFFF)
+        : m_Script(script), m_nReadLimit(readLimit) {
         m_pParameters = std::make_unique<CCommunicationParameters>();
         FUZZ_CHECK(m_pParameters->ParseCommParams("PORT=/dev/ttyS0\n").empty());
-        while (!script.IsEmpty() && !m_bFails) {
-            TakePiece(script);
-        }
     }
 
     unsigned int m_nReads = 0;
-    std::vector<unsigned char> m_Delivered;
+    Bytes m_Delivered;
     std::vector<std::size_t> m_DeliveredByRead;  // how many bytes until then, of reads that worked
-    std::vector<std::vector<unsigned char>> m_Transmitted;
+    std::vector<Bytes> m_Transmitted;
 
-    bool HasDelivered(const std::vector<unsigned char>& bytes) const {
+    bool HasDelivered(const Bytes& bytes) const {
         return std::search(m_Delivered.begin(), m_Delivered.end(), bytes.begin(), bytes.end()) !=
                m_Delivered.end();
     }
@@ -48,46 +41,39 @@ public:
 
     std::string ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
                                   unsigned int* gotBytes) override {
-        ++m_nReads;
-        *gotBytes = 0;
-        if ((m_Pieces.empty() && m_bFails) || (m_nReadLimit > 0 && m_nReads > m_nReadLimit)) {
+        if (m_Piece.empty() && !m_bFails) {
+            TakePiece();
+        }
+        if (++m_nReads > m_nReadLimit || m_bFails) {
             *gotBytes = 0xFFFFFFFF;
             return "The port is gone";
         }
-        if (!m_Pieces.empty()) {
-            std::vector<unsigned char>& piece = m_Pieces.front();
-            *gotBytes = static_cast<unsigned int>(std::min<std::size_t>(maxBytes, piece.size()));
-            const auto end = piece.begin() + *gotBytes;
-            std::copy(piece.begin(), end, buf);
-            m_Delivered.insert(m_Delivered.end(), piece.begin(), end);
-            piece.erase(piece.begin(), end);
-            if (piece.empty()) {
-                m_Pieces.pop_front();
-            }
-        }
+        *gotBytes = static_cast<unsigned int>(std::min<std::size_t>(maxBytes, m_Piece.size()));
+        const auto end = m_Piece.begin() + *gotBytes;
+        std::copy(m_Piece.begin(), end, buf);
+        m_Delivered.insert(m_Delivered.end(), m_Piece.begin(), end);
+        m_Piece.erase(m_Piece.begin(), end);
         m_DeliveredByRead.push_back(m_Delivered.size());
         return {};
     }
 
 private:
-    void TakePiece(CFuzzInput& script) {
-        const unsigned char kind = script.TakeByte();
-        if (kind == 0xFF) {
-            m_bFails = true;
-        } else if (kind < 0xF0) {
-            m_Pieces.push_back(script.TakeBytes(kind));
-        } else {
-            const auto bytes = script.TakeBytes(1U + script.TakeBelow(8));
-            std::vector<unsigned char> flood;
-            for (int i = 0; i < 64; ++i) {
-                flood.insert(flood.end(), bytes.begin(), bytes.end());
-            }
-            m_Pieces.push_back(std::move(flood));
+    void TakePiece() {
+        const unsigned char kind = m_Script.TakeByte();
+        m_bFails = kind == 0xFF;
+        if (kind < 0xF0) {
+            m_Piece = m_Script.TakeBytes(kind);
+            return;
+        }
+        const Bytes bytes = m_Script.TakeBytes(m_bFails ? 0 : 1U + m_Script.TakeBelow(8));
+        for (int i = 0; i < 64; ++i) {
+            m_Piece.insert(m_Piece.end(), bytes.begin(), bytes.end());
         }
     }
 
     CFakeClock m_Clock;
+    CFuzzInput m_Script;
     unsigned int m_nReadLimit;
     bool m_bFails = false;
-    std::deque<std::vector<unsigned char>> m_Pieces;
+    Bytes m_Piece;
 };
