@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
 CFileDescriptor& CFileDescriptor::operator=(CFileDescriptor&& other) noexcept {
     CFileDescriptor taken(std::move(other));
     std::swap(m_nFd, taken.m_nFd);
@@ -13,4 +15,16 @@ void CFileDescriptor::Close() {
     if (m_nFd >= 0) {
         ::close(std::exchange(m_nFd, -1));
     }
+}
+
+bool CFileDescriptor::WriteAll(std::span<const unsigned char> bytes) const {
+    while (!bytes.empty()) {
+        const ssize_t written = write(m_nFd, bytes.data(), bytes.size());
+        if (written >= 0) {
+            bytes = bytes.subspan(static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <utility>
 
 // Owns one descriptor and closes it. -1 stands for none.
@@ -14,6 +15,8 @@ public:
     int Get() const { return m_nFd; }
     bool IsOpen() const { return m_nFd >= 0; }
     void Close();
+    // False, with errno set, when not all could be written.
+    [[nodiscard]] bool WriteAll(std::span<const unsigned char> bytes) const;
 
 private:
     int m_nFd = -1;

@@ -117,15 +117,7 @@ void CLineCapture::WriteItem(const CAPTURED_ITEM& item) {
 }
 
 bool CLineCapture::WriteWhole(std::span<const unsigned char> block) {
-    const auto size = static_cast<off_t>(block.size());
-    while (!block.empty()) {
-        const ssize_t written = write(m_File.Get(), block.data(), block.size());
-        if (written >= 0) {
-            block = block.subspan(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    m_nSize += size;
-    return true;
+    const bool isWritten = m_File.WriteAll(block);
+    m_nSize += isWritten ? static_cast<off_t>(block.size()) : 0;
+    return isWritten;
 }
