@@ -88,6 +88,7 @@ constexpr OPTION OPTIONS[] = {
     {"erase-time", "milliseconds, at most 600000",
      SetNumber<&CHIP_SETTINGS::eraseTimeMs, LONGEST_MS>},
     {"erase-markers", "a number, at most 1000", SetNumber<&CHIP_SETTINGS::eraseMarkers, 1000>},
+    {"load", "a file name", SetName<&ARGUMENTS::loadFile>},
     {"dump", "a file name", SetName<&ARGUMENTS::dumpFile>},
     {"dump-records", "a file name", SetName<&ARGUMENTS::recordsFile>},
     {"capture", "a file name", SetName<&ARGUMENTS::captureFile>},
@@ -160,6 +161,9 @@ bool IsSameFile(const fs::path& one, const fs::path& other) {
 
 std::string CheckOutputs(const ARGUMENTS& arguments) {
     std::vector<std::string> others = arguments.faultFiles;
+    if (!arguments.loadFile.empty()) {
+        others.push_back(arguments.loadFile);
+    }
     const std::pair<const char*, const std::string&> outputs[] = {
         {"dump", arguments.dumpFile},
         {"dump-records", arguments.recordsFile},
@@ -223,6 +227,7 @@ PATH a name for the port and serves it until SIGINT or SIGTERM.
                            (0x00200000-0x002FFFFF)
       --erase-time MS      how long a chip erase takes (200)
       --erase-markers N    progress markers sent during a chip erase (2)
+      --load FILE          start with the memory that this Intel HEX file holds
       --dump FILE          at the end, write the chip's memory as Intel HEX
       --dump-records FILE  write the NCI records as they arrive
       --capture FILE       write every packet with its time, for Wireshark

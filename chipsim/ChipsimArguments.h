@@ -8,6 +8,7 @@
 // What the command line of chipsim asks for.
 struct CHIPSIM_ARGUMENTS {
     CHIP_SETTINGS settings;
+    std::string loadFile;                 // empty = the memory is erased at first
     std::string dumpFile;                 // empty = no dump
     std::string recordsFile;              // likewise
     std::string captureFile;              // likewise

@@ -12,6 +12,7 @@
 #include "chipsim/IntelHexWriter.h"
 #include "chipsim/SimulatedChip.h"
 #include "chipsim/TerminalCommand.h"
+#include "image/ChipImageByteData.h"
 #include "transport/LineCapture.h"
 
 namespace {
@@ -78,6 +79,11 @@ void PrintSeed(const CHIP_SETTINGS& settings) {
     }
 }
 
+// The error text, empty on success and without a name.
+std::string Read(const std::string& name, CChipImageByteData& image) {
+    return name.empty() ? "" : image.LoadFromHexFile(name.c_str(), true, true);
+}
+
 // False when there is a name and the file cannot be created.
 bool Open(std::ofstream& file, const std::string& name) {
     if (!name.empty()) {
@@ -86,12 +92,35 @@ bool Open(std::ofstream& file, const std::string& name) {
     return file.good();
 }
 
+// The name of the first file that cannot be created, empty on success.
+std::string OpenOutputs(const CHIPSIM_ARGUMENTS& arguments, std::ofstream& dump,
+                        std::ofstream& records, CLineCapture& capture) {
+    if (!Open(dump, arguments.dumpFile)) {
+        return arguments.dumpFile;
+    }
+    if (!Open(records, arguments.recordsFile)) {
+        return arguments.recordsFile;
+    }
+    const std::string port = arguments.linkPath.empty() ? "chipsim" : arguments.linkPath;
+    const bool isComplete =
+        arguments.captureFile.empty() ||
+        capture.Open(arguments.captureFile, "chipsim " CHIPSIM_VERSION, port).empty();
+    return isComplete ? "" : arguments.captureFile;
+}
+
 // The status, or that of a failure when there was none so far.
 int Finish(std::ofstream& file, const std::string& name, int status) {
     if (name.empty() || file.flush().good()) {
         return status;
     }
     return Fail("cannot write " + name, status != 0 ? status : OWN_FAILURE);
+}
+
+void Load(const CChipImageByteData& image, CSparseMemory& memory) {
+    for (unsigned int i = 0; i < image.CountContiguousRanges(); ++i) {
+        memory.Write(image.GetRangeStartingAddress(i),
+                     {image.GetRangeBytePointer(i), image.GetRangeByteSize(i)});
+    }
 }
 
 int Serve(CSimulatedChip& chip, const CHIPSIM_ARGUMENTS& arguments) {
@@ -110,20 +139,16 @@ int Serve(CSimulatedChip& chip, const CHIPSIM_ARGUMENTS& arguments) {
 }
 
 int Run(const CHIPSIM_ARGUMENTS& arguments) {
+    CChipImageByteData image("", "", "");
+    if (const std::string error = Read(arguments.loadFile, image); !error.empty()) {
+        return Fail("cannot load " + arguments.loadFile + ": " + error, OWN_FAILURE);
+    }
     // A run whose result cannot be kept had better not start.
     std::ofstream dump;
     std::ofstream records;
-    if (!Open(dump, arguments.dumpFile)) {
-        return Fail("cannot write " + arguments.dumpFile, OWN_FAILURE);
-    }
-    if (!Open(records, arguments.recordsFile)) {
-        return Fail("cannot write " + arguments.recordsFile, OWN_FAILURE);
-    }
     CLineCapture capture;
-    const std::string port = arguments.linkPath.empty() ? "chipsim" : arguments.linkPath;
-    if (!arguments.captureFile.empty() &&
-        !capture.Open(arguments.captureFile, "chipsim " CHIPSIM_VERSION, port).empty()) {
-        return Fail("cannot write " + arguments.captureFile, OWN_FAILURE);
+    if (const std::string name = OpenOutputs(arguments, dump, records, capture); !name.empty()) {
+        return Fail("cannot write " + name, OWN_FAILURE);
     }
     PrintSeed(arguments.settings);
     CSimulatedChip chip(
@@ -141,6 +166,7 @@ int Run(const CHIPSIM_ARGUMENTS& arguments) {
             }
         },
         &capture);
+    Load(image, chip.Memory());
     const int status = Serve(chip, arguments);
     if (dump.is_open()) {
         dump << MakeIntelHexText(chip.Memory().WrittenRegions());

@@ -16,7 +16,7 @@ _chipsim() {
         return
     done
     case $previous in
-        --dump | --dump-records | --capture | --faults)
+        --load | --dump | --dump-records | --capture | --faults)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             ;;
@@ -33,7 +33,7 @@ _chipsim() {
             ;;
         --ram | --erase-time | --erase-markers | --reset-ntf-delay | --seed) ;;
         *)
-            COMPREPLY=($(compgen -W "--link --baud --ram --erase-time --erase-markers --dump
+            COMPREPLY=($(compgen -W "--link --baud --ram --erase-time --erase-markers --load --dump
                 --dump-records --capture --reset-ntf --reset-ntf-delay --fault --faults --seed --trace
                 --help --version --" -- "$cur"))
             ;;
