@@ -4,10 +4,12 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app/Arguments.h"
 #include "app/DownloadRun.h"
+#include "app/Information.h"
 #include "os/OSTime.h"
 #include "transport/LineCapture.h"
 #include "transport/SerialConnector.h"
@@ -57,6 +59,10 @@ int main(int argc, char** argv) {
     // A download goes on when nobody reads its output any more, or a file reaches its size limit.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    if (const std::optional<std::string> text = MakeInformation(argc, argv, HCILOAD_VERSION)) {
+        std::fputs(text->c_str(), stdout);
+        return std::fflush(stdout) == 0 ? 0 : EXIT_COMMAND_LINE_ERROR;
+    }
     InstallTerminalRestoreOnSignals();
 
     const unsigned int startedMS = GetCurrentOSTimeMS();
