@@ -15,6 +15,19 @@ _hciload_files() {
     done < <(compgen -f -- "$cur")
 }
 
+# Adds the sets of VNP file $1 whose names start with $3 to COMPREPLY, each after $2.
+_hciload_sets() {
+    local file=${1#[\"\']} prefix=${2#[\"\']} start=${3//\\/} name
+    file=${file/#\~/$HOME}
+    # As a file name, "@set" would get a backslash before the @.
+    [[ $prefix == @ ]] || compopt -o filenames 2>/dev/null
+    while IFS= read -r name; do
+        [[ $name == "$start"* ]] || continue
+        [[ $prefix == @ ]] && printf -v name %q "$name"
+        COMPREPLY+=("$prefix$name")
+    done < <(sed -n 's/^DevicePreset[^"]*"\([^"]*\)".*/\1/p' "${file//\\/}" 2>/dev/null)
+}
+
 # The options that may come next: none that was given already, and not its opposite.
 _hciload_options() {
     local word options=" $1 " IFS=$' \t\n'
@@ -36,10 +49,21 @@ _hciload_options() {
 _hciload() {
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]^^}
     local common="-PORT -BAUDRATE -CONFIG -LOGTO -CAPTURETO -RECORDDLTIME"
+    # Outside quotes, bash takes the @ of "board.vnp@set" for a word of its own, but replaces "@set".
+    local -i file=COMP_CWORD-2
+    [[ $cur == @ ]] && file=COMP_CWORD-1 previous=@ cur=""
     COMPREPLY=()
+    if ((file > 1)) && [[ $previous == @ && ${COMP_WORDS[file-1]^^} == [-/]@(RULES|VNP) ]]; then
+        _hciload_sets "${COMP_WORDS[file]}" @ "$cur"
+        return
+    fi
     case ${previous/#\//-} in
         -RULES | -VNP)
-            _hciload_files vnp
+            if [[ $cur == *@* ]]; then
+                _hciload_sets "${cur%%@*}" "${cur%%@*}@" "${cur#*@}"
+            else
+                _hciload_files vnp
+            fi
             return
             ;;
         -MINIDRIVER)
@@ -76,7 +100,7 @@ _hciload() {
         -ERASE -NOERASE -WRITE -NOWRITE -VERIFY -NOVERIFY -CHECKCRC"
     standard=${standard//$'\n'/ }
     if ((COMP_CWORD == 1)); then
-        _hciload_options "-VINTORMODE -RULES $common"
+        _hciload_options "-VINTORMODE -RULES $common --help --version --list-ports"
     elif [[ ${COMP_WORDS[1]^^} == [-/]VINTORMODE ]]; then
         _hciload_options "$standard"
     else

@@ -125,7 +125,7 @@ class Manual(unittest.TestCase):
         arguments = (ROOT / "src/app/Arguments.cpp").read_text(encoding="utf-8")
         names = {
             "hciload": {"-" + name for name in re.findall(r'"([A-Z]{3,})"', arguments)}
-            - {"-TIMESTAMP", "-NFC"},
+            - {"-TIMESTAMP", "-NFC"} | {"--help", "--version", "--list-ports"},
             "chipsim": set(re.findall(r"(--[a-z-]+)[ \n]", run(USR / "bin/chipsim", "--help")))
             - {"--"},
         }
@@ -137,7 +137,8 @@ class Manual(unittest.TestCase):
             web = ROOT / "docs" / {"hciload": "options.md", "chipsim": "chipsim.md"}[program]
             table = " ".join(re.findall(r"(?m)^\| (`-.*?) \|", web.read_text(encoding="utf-8")))
             with self.subTest(program):
-                for text in (tagged.replace("Fl ", "-"), table, bash, zsh):
+                text_of_help = run(USR / "bin" / program, "--help")
+                for text in (tagged.replace("Fl ", "-"), table, bash, zsh, text_of_help):
                     found = set(re.findall(r"(?<![-\w/])--?[A-Za-z][A-Z-a-z]+(?![-\w])", text))
                     self.assertEqual(sorted(options - found), [])
 
@@ -153,6 +154,8 @@ class Completion(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         for name in self.FILES:
             (self.folder / name).touch()
+        sets = 'DevicePreset = "A B"\nDLMaxWriteSize = "8"\nDevicePreset "Ab"\n'
+        (self.folder / "d.vnp").write_text(sets, encoding="utf-8")
 
     def complete(self, *words):
         """What bash offers for the last word, asked of the function itself."""
@@ -179,6 +182,9 @@ class Completion(unittest.TestCase):
             ((*vintor, "-minidriver", ""), ["a.hex", "b.HCD", "my own.hex"]),
             ((*vintor, "/CONFIG", ""), ["a.hex", "b.HCD", "c.ncd", "my own.hex"]),
             ((*vintor, "-VNP", ""), ["d.vnp"]),
+            ((*vintor, "-VNP", "d.vnp", "@"), ["@A\\ B", "@Ab"]),
+            (("hciload", "-rules", "\"d.vnp@A "), ["d.vnp@A B"]),
+            (("hciload", "--l"), ["--list-ports"]),
             ((*vintor, "-LOGTO", "n"), ["notes.txt"]),
             ((*vintor, "-NO"), ["-NODLMINIDRIVER", "-NOERASE", "-NOVERIFY", "-NOWRITE"]),
             ((*vintor, "-ERASE", "-NOV"), ["-NOVERIFY"]),
@@ -224,8 +230,8 @@ class Completion(unittest.TestCase):
         self.type_in(
             ["bash", "--norc", "--noprofile", "-i"],
             f"source {folder}/hciload",
-            "hciload -VINT\t-FIRM\tm\t",
-            "hciload -VINTORMODE -FIRMWARE my\\ own.hex",
+            "hciload -VINT\t-FIRM\tm\t-VNP d.vnp@A\\ \t",
+            "hciload -VINTORMODE -FIRMWARE my\\ own.hex -VNP d.vnp@A\\ B",
         )
 
     @needs("zsh")
@@ -234,8 +240,8 @@ class Completion(unittest.TestCase):
         self.type_in(
             ["zsh", "-f", "-i"],
             f"fpath=({folder} $fpath); autoload -U compinit; compinit -u -D",
-            "hciload -VINT\t-FIRM\tm\t",
-            "my\\ own.hex",
+            "hciload -VINT\t-FIRM\tm\t-VNP d.vnp@A\\ \t",
+            "d.vnp@A\\ B",
         )
 
 
@@ -266,7 +272,8 @@ class InstalledPrograms(unittest.TestCase):
         self.assertEqual(records.read_bytes(), patch[8 + 8 * patch[7] :])
 
     def test_versions(self):
-        self.assertEqual(run(USR / "bin/chipsim", "--version"), f"chipsim {version()}\n")
+        for program in ("hciload", "chipsim"):
+            self.assertEqual(run(USR / "bin" / program, "--version"), f"{program} {version()}\n")
 
 
 class Library(unittest.TestCase):
