@@ -39,8 +39,7 @@ std::string MakeFile(const FILE_CASE& file, const CTempDir& folder) {
         if (mark == '|') {
             content += text + "\n";
         } else if (mark == 'x') {
-            const Bytes bytes = FromHex(text);
-            content.append(bytes.begin(), bytes.end());
+            content += TextFromHex(text);
         } else if (mark == 'm') {
             content.append(1U << 20, text[0]);
         }

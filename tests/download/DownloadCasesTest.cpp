@@ -14,21 +14,6 @@ namespace {
 
 using Info = CChipImageLoadingInformation;
 
-std::vector<std::string> Split(const std::string& text, const std::string& separator) {
-    std::vector<std::string> parts;
-    for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t end = std::min(text.find(separator, start), text.size());
-        parts.push_back(text.substr(start, end - start));
-        start = end + separator.size();
-    }
-    return parts;
-}
-
-std::string Content(const std::string& hex) {
-    const Bytes bytes = FromHex(hex);
-    return {bytes.begin(), bytes.end()};
-}
-
 void SetOption(Info& info, const std::string& option) {
     const std::map<std::string, void (Info::*)(bool)> switches = {
         {"erase", &Info::SetNeedToErase},
@@ -57,7 +42,7 @@ void ReadLine(char mark, const std::string& text, CDownloadRequest& request) {
             request.m_Rules[std::string("CustomXA") + name + "MS"] = text;
         }
     } else if (mark == 'm') {
-        request.m_strMinidriver = Content(text);
+        request.m_strMinidriver = TextFromHex(text);
     } else if (mark == 'w') {
         request.m_Firmwares = {IntelHexText({{0x200000, Bytes(std::stoul(text), 0x5A)}})};
     } else if (mark == 'p') {
@@ -66,7 +51,7 @@ void ReadLine(char mark, const std::string& text, CDownloadRequest& request) {
         request.m_Firmwares.clear();
         request.m_Configs.clear();
         if (parts.size() > 1) {
-            request.m_Configs = {"version\x01PATCHSET" + Content(parts[1])};
+            request.m_Configs = {"version\x01PATCHSET" + TextFromHex(parts[1])};
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "image/ImageText.h"
+#include "support/HexBytes.h"
 
 namespace {
 
@@ -30,25 +31,21 @@ TEST_F(CChipImageTest, ClearingKeepsTheLabels) {
 }
 
 TEST_F(CChipImageTest, AddressesAreFoundInTheFirstRangeThatHoldsThem) {
-    Add(m_Image, 0x108, 8, 1);
-    Add(m_Image, 0x100, 0x10, 2);
-    Add(m_Image, 0x200, 0, 3);
-    Add(m_Image, 0xFFFFFFF0, 0x10, 4);
-    Add(m_Image, 0xFFFFFFFF, 1, 5);
-    Add(m_Image, 0x100, 0x100, 6);
-    const struct {
-        unsigned int address;
-        int range, value;
-    } cases[] = {
-        {0xFF, -1, -1},       {0x100, 1, 2},      {0x107, 1, 2},      {0x108, 0, 1},
-        {0x10F, 0, 1},        {0x110, 5, 6},      {0x1FF, 5, 6},      {0x200, -1, -1},
-        {0xFFFFFFEF, -1, -1}, {0xFFFFFFF0, 3, 4}, {0xFFFFFFFF, 3, 4}, {0, -1, -1},
+    Add(m_Image, 0x108, 8, 0);
+    Add(m_Image, 0x100, 0x10, 1);
+    Add(m_Image, 0x200, 0, 2);
+    Add(m_Image, 0xFFFFFFF0, 0x10, 3);
+    Add(m_Image, 0xFFFFFFFF, 1, 4);
+    Add(m_Image, 0x100, 0x100, 5);
+    const std::pair<unsigned int, int> ranges[] = {
+        {0xFF, -1}, {0x100, 1},  {0x107, 1},       {0x108, 0},      {0x10F, 0}, {0x110, 5},
+        {0x1FF, 5}, {0x200, -1}, {0xFFFFFFEF, -1}, {0xFFFFFFF0, 3}, {0, -1},    {0xFFFFFFFF, 3},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(m_Image.FindRangeWithThisAddress(c.address), c.range) << c.address;
-        EXPECT_EQ(m_Image.GetByteValueAtThisAddress(c.address), c.value) << c.address;
-        EXPECT_EQ(m_Image.SetLaunchAddress(c.address), c.range >= 0);
-        EXPECT_EQ(m_Image.SetFirstAddressLoaded(c.address), c.range >= 0);
+    for (const auto& [address, range] : ranges) {
+        EXPECT_EQ(m_Image.FindRangeWithThisAddress(address), range) << address;
+        EXPECT_EQ(m_Image.GetByteValueAtThisAddress(address), range) << address;
+        EXPECT_EQ(m_Image.SetLaunchAddress(address), range >= 0);
+        EXPECT_EQ(m_Image.SetFirstAddressLoaded(address), range >= 0);
     }
     EXPECT_EQ(m_Image.GetLaunchAddress(), 0xFFFFFFFFU);
     EXPECT_EQ(m_Image.GetFirstAddressLoaded(), 0xFFFFFFFFU);
@@ -100,28 +97,16 @@ TEST_F(CChipImageTest, BytesAreModifiedInsideARangeOnly) {
     EXPECT_EQ(m_Image.ModifyRangeByte(1, 0, 1), "Invalid range index.");
     EXPECT_EQ(m_Image.ModifyRangeByte(0, 4, 1), "Invalid byte offset.");
     EXPECT_EQ(m_Image.ModifyRangeByte(0, 3, 0x5A), "");
-    std::string tooMany;
-    for (int i = 0; i < 8193; ++i) {
-        tooMany += "1 ";
+    const std::string tooMany = RepeatedHex("1", 8193);
+    for (const char* text : {"zz", "", static_cast<const char*>(nullptr), tooMany.c_str()}) {
+        EXPECT_EQ(m_Image.ModifySeveralBytes(0, 0, text), "Failed to parse hex bytes.");
     }
-    const struct {
-        unsigned int range, offset;
-        const char* text;
-        const char* error;
-    } cases[] = {
-        {1, 0, "zz", "Invalid range index."},
-        {0, 0, "zz", "Failed to parse hex bytes."},
-        {0, 0, "", "Failed to parse hex bytes."},
-        {0, 0, nullptr, "Failed to parse hex bytes."},
-        {0, 0, tooMany.c_str(), "Failed to parse hex bytes."},
-        {0, 3, "1 2", "Invalid byte offset and/or data size."},
-        {0, 0xFFFFFFFF, "1 2", "Invalid byte offset and/or data size."},
-        {0, 0, "1 2 3 4 5", "Invalid byte offset and/or data size."},
-        {0, 1, "0xA1 b2", ""},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(m_Image.ModifySeveralBytes(c.range, c.offset, c.text), c.error);
-    }
+    const std::string tooFar = "Invalid byte offset and/or data size.";
+    EXPECT_EQ(m_Image.ModifySeveralBytes(1, 0, "zz"), "Invalid range index.");
+    EXPECT_EQ(m_Image.ModifySeveralBytes(0, 3, "1 2"), tooFar);
+    EXPECT_EQ(m_Image.ModifySeveralBytes(0, 0xFFFFFFFF, "1 2"), tooFar);
+    EXPECT_EQ(m_Image.ModifySeveralBytes(0, 0, "1 2 3 4 5"), tooFar);
+    EXPECT_EQ(m_Image.ModifySeveralBytes(0, 1, "0xA1 b2"), "");
     EXPECT_EQ(ImageText(m_Image), "first 0, launch -: 100:00A1B25A");
 }
 

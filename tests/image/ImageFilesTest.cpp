@@ -41,19 +41,21 @@ TEST_F(CImageFiles, HexFilesAddUp) {
 }
 
 TEST_F(CImageFiles, ARunOfMoreThan16MiBIsRefused) {
-    constexpr unsigned int LIMIT = 16 << 20;
-    const std::size_t recordSize = HexRecord(0, 0, Bytes(16)).size();
-    std::string text = IntelHexText({{0x10000000, Bytes(LIMIT)}});
-    text.erase(text.size() - std::string(HEX_END_RECORD).size());
+    std::string bank = IntelHexText({{0, Bytes(0x10000)}});
+    bank.erase(bank.size() - std::string(HEX_END_RECORD).size());
+    std::string text;
+    for (unsigned char upper = 0; text.empty() || upper != 0; ++upper) {
+        text += HexRecord(4, 0, {0x10, upper}) + bank;
+    }
     const std::string next = HexRecord(4, 0, {0x11, 0x00});
     EXPECT_EQ(LoadHex(text + next + HexRecord(0, 1, {1})), "");
     EXPECT_EQ(m_Image.CountContiguousRanges(), 2U);
-    EXPECT_EQ(m_Image.GetRangeByteSize(0), LIMIT);
+    EXPECT_EQ(m_Image.GetRangeByteSize(0), 16U << 20);
     EXPECT_EQ(LoadHex(text + next + HexRecord(0, 0, {1})),
               "More than 16 MiB of contiguous data at address 0x11000000");
     EXPECT_EQ(RangesText(m_Image), "");
     // Of records of one size, the one that no longer fits is named.
-    text.erase(text.size() - 2 * recordSize);
+    text.erase(text.size() - 2 * HexRecord(0, 0, Bytes(16)).size());
     EXPECT_EQ(LoadHex(text + HexRecord(0, 0xFFE0, Bytes(4)) + HexRecord(0, 0xFFE4, Bytes(15)) +
                       HexRecord(0, 0xFFF3, Bytes(15))),
               "More than 16 MiB of contiguous data at address 0x10FFFFF3");

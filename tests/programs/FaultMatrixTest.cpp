@@ -124,7 +124,7 @@ void CheckRow(const FAULT_ROW& row) {
     const Words& download = restarts ? RESTARTING_PATCH : isPatch ? PATCH : STANDARD;
     words.insert(words.end(), download.begin(), download.end());
     words.insert(words.end(), {"-PORT", "/dev/tty", "-CAPTURETO", "host.pcapng"});
-    const PROCESS_RESULT result = RunProcess(folder, words);
+    const PROCESS_RESULT result = RunProcess(folder, words, 90);
 
     const Words loaded = PlacedLines(folder.Read("dump.hex"));
     const std::string records = folder.Read("records");

@@ -73,8 +73,7 @@ void WriteFiles(const FILE_CASE& shellCase, const CTempDir& folder) {
         } else if (mark == '|') {
             folder.Write(name, folder.Read(name) + text + "\n");
         } else if (mark == 'x') {
-            const Bytes bytes = FromHex(text);
-            folder.Write(name, folder.Read(name).append(bytes.begin(), bytes.end()));
+            folder.Write(name, folder.Read(name) + TextFromHex(text));
         }
     }
 }
@@ -83,7 +82,7 @@ void RunCase(const FILE_CASE& shellCase) {
     SCOPED_TRACE(shellCase.name);
     const CTempDir folder;
     WriteFiles(shellCase, folder);
-    const PROCESS_RESULT result = RunProcess(folder, {"/bin/sh", "-c", shellCase.Text("$")});
+    const PROCESS_RESULT result = RunProcess(folder, {"/bin/sh", "-c", shellCase.Text("$")}, 20);
     const std::string status = shellCase.Text("?");
     EXPECT_EQ(std::to_string(result.status) + "\n", status.empty() ? "0\n" : status) << result.err;
     EXPECT_TRUE(Matches(shellCase.Text(">"), SettledLines(result.out))) << result.out;

@@ -48,3 +48,13 @@ inline std::vector<FILE_CASE> ReadCases(const std::string& path) {
     EXPECT_FALSE(cases.empty()) << path;
     return cases;
 }
+
+inline std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+    std::vector<std::string> parts;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find(separator, start), text.size());
+        parts.push_back(text.substr(start, end - start));
+        start = end + separator.size();
+    }
+    return parts;
+}

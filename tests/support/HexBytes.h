@@ -18,6 +18,11 @@ inline Bytes FromHex(const std::string& text) {
     return bytes;
 }
 
+inline std::string TextFromHex(const std::string& text) {
+    const Bytes bytes = FromHex(text);
+    return {bytes.begin(), bytes.end()};
+}
+
 inline std::string ToHex(const Bytes& bytes) {
     std::string text;
     for (const unsigned char byte : bytes) {
