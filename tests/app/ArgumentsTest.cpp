@@ -4,58 +4,23 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "support/CapturedStream.h"
 #include "support/CaseFile.h"
+#include "support/CommandLine.h"
+#include "support/FilesText.h"
 #include "support/TempDir.h"
+#include "util/Crc32.h"
 
 namespace {
-
-// A command line, held as main gets it.
-class CCommandLine {
-public:
-    explicit CCommandLine(const std::string& text) : m_Words{"hciload"} {
-        std::istringstream in(text);
-        for (std::string word; in >> word;) {
-            m_Words.push_back(word == "''" ? "" : word);
-        }
-        for (std::string& word : m_Words) {
-            m_Argv.push_back(word.data());
-        }
-        m_Argv.push_back(nullptr);
-    }
-
-    int Count() const { return static_cast<int>(m_Words.size()); }
-    char** Words() { return m_Argv.data(); }
-
-private:
-    std::vector<std::string> m_Words;
-    std::vector<char*> m_Argv;
-};
 
 // What the download is told is what was asked for.
 std::string ChoiceLine(const char* name, BooleanOptions option, int need) {
     EXPECT_EQ(need, option == OPTION_UNSET ? -1 : static_cast<int>(option)) << name;
     return option == OPTION_UNSET ? "" : name + std::string(option == 0 ? " 0\n" : " 1\n");
-}
-
-std::string FileLines(const CChipDownloadDescriptor& files) {
-    std::string lines;
-    for (unsigned int i = 0; i < files.CountMinidriverFiles(); ++i) {
-        lines += "minidriver " + files.GetMinidriverFile(i) + "\n";
-    }
-    for (unsigned int i = 0; i < files.CountConfigDataFiles(); ++i) {
-        lines += "config " + files.GetConfigDataFile(i) + "\n";
-    }
-    for (unsigned int i = 0; i < files.CountFirmwareFiles(); ++i) {
-        lines += "firmware " + files.GetFirmwareFile(i) + "\n";
-    }
-    return lines;
 }
 
 std::string LineUnlessEmpty(const std::string& name, const char* value) {
@@ -85,7 +50,7 @@ std::string Describe(const CRequest& request) {
                  (size == nullptr ? "" : size) + "\n";
     }
     lines += LineUnlessEmpty("custom download ", info.GetCustomDLTypeIfSpecified());
-    lines += FileLines(descriptor) + LineUnlessEmpty("log ", descriptor.GetLogFileName());
+    lines += FilesText(descriptor) + LineUnlessEmpty("log ", descriptor.GetLogFileName());
     lines += LineUnlessEmpty("capture ", request.m_strCaptureFile.c_str());
     lines += g_bRecordDownloadTimeInFile ? "record times\n" : "";
     static const std::regex TIME_OF_DAY("_[0-9]{6}_");
@@ -94,7 +59,6 @@ std::string Describe(const CRequest& request) {
 
 // The same request, from the outputs of ProcessArgsAndPrepare.
 CRequest RequestFromOutputs(CCommandLine& commandLine) {
-    const CCapturedStream usage(stderr);
     CRequest request;
     request.m_strTransportParameters = request.m_strVnpFileName = "old";
     request.m_bVintorMode = true;
@@ -107,11 +71,6 @@ CRequest RequestFromOutputs(CCommandLine& commandLine) {
         &request.m_strVnpFileName, &request.m_Erase, &request.m_Write, &request.m_Verify,
         &request.m_CheckCRC, &request.m_nMinidriverChunkSize);
     return request;
-}
-
-std::string Content(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 struct CArguments : testing::Test {
@@ -134,26 +93,32 @@ struct CArguments : testing::Test {
 };
 
 TEST_F(CArguments, AreReadAsTheCasesSay) {
-    const std::string usage = Content(HCILOAD_TEST_DATA "/usage.txt");
+    std::string usage;
     for (const FILE_CASE& testCase : ReadCases(HCILOAD_TEST_DATA "/arguments.txt")) {
         SCOPED_TRACE(testCase.name);
         CCommandLine commandLine(testCase.Text("$"));
         g_bRecordDownloadTimeInFile = false;
         CRequest request;
-        CCapturedStream standardError(stderr);
+        testing::internal::CaptureStderr();
         const std::string error = ReadRequest(commandLine.Count(), commandLine.Words(), request);
-        const std::string printed = standardError.Take();
+        const std::string printed = testing::internal::GetCapturedStderr();
+        usage = usage.empty() ? printed : usage;
         EXPECT_EQ(error.empty() ? "" : error + "\n", testCase.Text("!"));
+        const bool printsNothing = error.empty() && commandLine.Count() > 1;
+        const std::string before = error.empty() ? "" : "ERROR! " + error + "\n\n\n";
+        EXPECT_EQ(printed, printsNothing ? "" : before + usage);
+        testing::internal::CaptureStderr();
+        CRequest same = RequestFromOutputs(commandLine);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), printed);
         if (error.empty()) {
-            EXPECT_EQ(printed, commandLine.Count() == 1 ? usage : "");
             EXPECT_EQ(Describe(request), testCase.Text(">"));
-            CRequest same = RequestFromOutputs(commandLine);
             same.m_strCaptureFile = request.m_strCaptureFile;
             EXPECT_EQ(Describe(same), testCase.Text(">"));
-        } else {
-            EXPECT_EQ(printed, "ERROR! " + error + "\n\n\n" + usage);
         }
     }
+    // Scripts show this text and search it: when it changes, that is meant.
+    EXPECT_EQ(crc(reinterpret_cast<const unsigned char*>(usage.data()), 4137), 4239662940U);
+    EXPECT_EQ(usage.size(), 4137U);
 }
 
 }  // namespace

@@ -7,24 +7,15 @@
 #include "chipsim/ChipsimArguments.h"
 #include "chipsim/IntelHexWriter.h"
 #include "support/CaseFile.h"
+#include "support/CommandLine.h"
 #include "support/HexBytes.h"
 #include "support/TempDir.h"
 
 namespace {
 
-// Takes a command line, words separated by spaces.
 std::string Parse(const std::string& line, CHIPSIM_ARGUMENTS& arguments) {
-    std::istringstream in("chipsim " + line);
-    std::vector<std::string> words;
-    for (std::string word; in >> word;) {
-        words.push_back(word);
-    }
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    return ParseChipsimArguments(static_cast<int>(words.size()), argv.data(), arguments);
+    CCommandLine words(line);
+    return ParseChipsimArguments(words.Count(), words.Words(), arguments);
 }
 
 // " < +100ms 04 0E": pauses, bytes, or their number when there are many, and what else it does.

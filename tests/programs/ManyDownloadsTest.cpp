@@ -8,7 +8,6 @@
 #include "app/DownloadRun.h"
 #include "chipsim/SimulatedChip.h"
 #include "image/ChipImageLoadingInformation.h"
-#include "support/CapturedStream.h"
 #include "support/SampleImages.h"
 #include "support/TempDir.h"
 #include "transport/UARTConnector.h"
@@ -61,7 +60,7 @@ TEST(ManyDownloads, LeaveNothingInTheProcess) {
             });
         }
     };
-    CCapturedStream output(stdout);
+    testing::internal::CaptureStdout();
     round();  // what the libraries allocate once is there after it
     const std::size_t memory = MemoryInUse();
     const std::ptrdiff_t descriptors = CountEntries("/proc/self/fd");
@@ -73,7 +72,7 @@ TEST(ManyDownloads, LeaveNothingInTheProcess) {
     EXPECT_LT(MemoryInUse(), memory + MEMORY_NOISE);
     EXPECT_EQ(CountEntries("/proc/self/fd"), descriptors);
     EXPECT_EQ(CountEntries("/proc/self/task"), threads);
-    output.Take();
+    testing::internal::GetCapturedStdout();
     EXPECT_EQ(errors, "");
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <stdlib.h>
+#include <pty.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -11,24 +10,17 @@
 #include <string>
 #include <vector>
 
+#include "support/HexBytes.h"
 #include "transport/SerialConnector.h"
 
 // A pseudo-terminal for one test: the test holds the master, what is tested opens the path. Starts
 // with settings that are not raw and not at 115200 baud, so that changes show.
 class CTestTerminal {
 public:
-    using Bytes = std::vector<unsigned char>;
-
     CTestTerminal() {
-        m_nMaster = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        EXPECT_GE(m_nMaster, 0);
-        EXPECT_EQ(grantpt(m_nMaster), 0);
-        EXPECT_EQ(unlockpt(m_nMaster), 0);
         char path[64] = "";
-        EXPECT_EQ(ptsname_r(m_nMaster, path, sizeof(path)), 0);
+        EXPECT_EQ(openpty(&m_nMaster, &m_nSlave, path, nullptr, nullptr), 0);
         m_strPath = path;
-        // Without any slave open the master's reads fail.
-        m_nSlave = open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
         termios settings = Settings();
         settings.c_cc[VMIN] = 7;
         cfsetispeed(&settings, B9600);
@@ -67,21 +59,14 @@ public:
                (now.c_oflag & OPOST) != 0 && now.c_cc[VMIN] == 7 && cfgetospeed(&now) == B9600;
     }
 
-    // Sends all bytes to the slave, waiting for room; false when there is none for ten seconds.
-    bool Send(const Bytes& bytes) {
+    // Sends all bytes to the slave, waiting ten seconds at most for room.
+    void Send(const Bytes& bytes) {
         for (std::size_t sent = 0; sent < bytes.size();) {
             pollfd room{m_nMaster, POLLOUT, 0};
-            if (poll(&room, 1, 10000) != 1) {
-                return false;
-            }
+            ASSERT_EQ(poll(&room, 1, 10000), 1);
             const std::size_t piece = std::min<std::size_t>(bytes.size() - sent, 1024);
-            const ssize_t count = write(m_nMaster, bytes.data() + sent, piece);
-            if (count <= 0) {
-                return false;
-            }
-            sent += static_cast<std::size_t>(count);
+            sent += static_cast<std::size_t>(write(m_nMaster, bytes.data() + sent, piece));
         }
-        return true;
     }
 
     // What the slave wrote: waits for count bytes, ten seconds at most for each piece.
@@ -89,13 +74,9 @@ public:
         Bytes received;
         pollfd there{m_nMaster, POLLIN, 0};
         while (received.size() < count && poll(&there, 1, 10000) == 1) {
-            unsigned char piece[4096];
-            const ssize_t got =
-                read(m_nMaster, piece, std::min(sizeof(piece), count - received.size()));
-            if (got <= 0) {
-                break;
-            }
-            received.insert(received.end(), piece, piece + got);
+            unsigned char byte = 0;
+            EXPECT_EQ(read(m_nMaster, &byte, 1), 1);
+            received.push_back(byte);
         }
         return received;
     }
