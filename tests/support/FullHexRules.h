@@ -25,7 +25,8 @@ public:
             return false;
         }
         std::string line = buffer;
-        line.erase(line.find_last_not_of(" \t\n\v\f\r") + 1);
+        const std::size_t last = line.find_last_not_of(" \t\n\v\f\r");
+        line.resize(last == std::string::npos ? 0 : last + 1);
         std::string fault;
         bool skip = false;
         if (!m_Rules.ValidateIntelHexLine(line.c_str(), ++m_nLine, false, &fault, &skip)) {
