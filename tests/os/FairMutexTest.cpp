@@ -1,78 +1,78 @@
 #include "os/FairMutex.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
-#include <atomic>
 #include <thread>
 #include <vector>
 
 #include "os/LockGuard.h"
 #include "os/OSMutex.h"
-#include "os/OSTime.h"
+#include "os/ThreadWaits.h"
 
 namespace {
 
-TEST(FairMutex, RetakingAtOnceDoesNotStarveAnother) {
-    CFairMutex lock;
-    std::atomic<bool> stop{false};
-    std::thread greedy([&] {
-        while (!stop) {
-            const CLockGuard held(lock);
-            PutThreadToSleep(2);
-        }
-    });
-    // Each turn waits for at most the one holder in front; with a plain mutex it takes forever.
-    for (int i = 0; i < 50; ++i) {
-        const CLockGuard held(lock);
-    }
-    stop = true;
-    greedy.join();
-}
-
-template <typename Mutex>
-void CountUnderTheLock() {
-    Mutex lock;
-    int count = 0;
+// Who gets a lock, in order: the thread that holds it first (0), those that wait for it longer than
+// the limit they give (1 and up), and the first again as soon as it has released the lock (A).
+template <typename MUTEX>
+std::string Order(int waiters) {
+    MUTEX lock;
+    std::string order = "0";
+    EXPECT_TRUE(lock.WaitToLock(0));
     std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 2000; ++i) {
-                const CLockGuard held(lock);
-                ++count;
-            }
+    for (char name = '1'; name < '1' + waiters; ++name) {
+        std::atomic<int> id = 0;
+        threads.emplace_back([&lock, &order, &id, name] {
+            id = gettid();
+            EXPECT_TRUE(lock.WaitToLock(1));
+            order += name;
+            lock.Unlock();
         });
+        EXPECT_TRUE(FallsAsleep(id));
+    }
+    // A waiter that is canceled takes its turn all the same: nobody else could.
+    pthread_cancel(threads.front().native_handle());
+    EXPECT_EQ(order, "0");
+    lock.Unlock();
+    {
+        const CLockGuard held(lock);
+        order += 'A';
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(count, 8000);
+    return order;
 }
 
-TEST(Mutexes, ExcludeEachOther) {
-    CountUnderTheLock<CFairMutex>();
-    CountUnderTheLock<COSMutex>();
+TEST(FairMutex, GoesToTheThreadThatHasWaitedLongest) {
+    EXPECT_EQ(Order<CFairMutex>(3), "0123A");
 }
 
-template <typename Mutex>
-void WaitPastTheTimeLimit() {
-    Mutex lock;
-    std::atomic<bool> released{false};
-    EXPECT_TRUE(lock.WaitToLock(0));
-    std::thread other([&] {
-        EXPECT_TRUE(lock.WaitToLock(1));
-        EXPECT_TRUE(released);
-        lock.Unlock();
-    });
-    PutThreadToSleep(30);
-    released = true;
-    lock.Unlock();
-    other.join();
+TEST(OSMutex, IsWaitedForWhateverTheTimeLimit) {
+    EXPECT_EQ(Order<COSMutex>(1).size(), 3U);
 }
 
-TEST(Mutexes, IgnoreTheTimeLimit) {
-    WaitPastTheTimeLimit<CFairMutex>();
-    WaitPastTheTimeLimit<COSMutex>();
+template <typename MUTEX>
+int CountUnderTheLock() {
+    MUTEX lock;
+    int count = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&] {
+                for (int i = 0; i < 2000; ++i) {
+                    const CLockGuard held(lock);
+                    ++count;
+                }
+            });
+        }
+    }
+    return count;
+}
+
+TEST(Mutexes, LetOneThreadInAtATime) {
+    EXPECT_EQ(CountUnderTheLock<CFairMutex>(), 8000);
+    EXPECT_EQ(CountUnderTheLock<COSMutex>(), 8000);
 }
 
 }  // namespace

@@ -1,27 +1,28 @@
 #include "os/OSEvent.h"
 
 #include <gtest/gtest.h>
-#include <sys/time.h>
+#include <unistd.h>
 
-#include <atomic>
+#include <chrono>
 #include <thread>
+#include <vector>
 
-#include "os/OSTime.h"
+#include "os/Clock.h"
+#include "os/ThreadWaits.h"
 #include "os/TimeLimit.h"
 
 namespace {
 
 TEST(OSEvent, DeadlineDoesNotCarryIntoTheSeconds) {
-    struct {
+    const struct {
         long microseconds;
         unsigned int timeoutMs;
-        long seconds;
-        long nanoseconds;
-    } const cases[] = {
+        long seconds, nanoseconds;
+    } cases[] = {
         {0, 0, 100, 0},
         {250000, 1500, 101, 750000000},
         {250000, 1749, 101, 999000000},
-        {250000, 1750, 101, 1000000000},  // kept: a carry would make this 102 s, 0 ns
+        {250000, 1750, 101, 1000000000},  // with a carry: 102 s, 0 ns
         {999999, 4294967295U, 100 + 4294967, 1294999000},
     };
     for (const auto& c : cases) {
@@ -31,40 +32,46 @@ TEST(OSEvent, DeadlineDoesNotCarryIntoTheSeconds) {
     }
 }
 
-TEST(OSEvent, LimitThatWouldCarryEndsAtOnce) {
-    COSEvent event;
-    // Early in a second, so that it does not end before the deadline is made.
-    while (GetCurrentOSTimeMS() / 100 != 1) {
-        PutThreadToSleep(10);
+// The wall clock, but for the end of a second, where a limit would carry.
+struct CRoundedClock final : CClock {
+    timeval Now() override {
+        timeval now{};
+        gettimeofday(&now, nullptr);
+        return now.tv_usec < 900000 ? now : timeval{now.tv_sec + 1, 0};
     }
-    timeval start{};
-    timeval end{};
-    gettimeofday(&start, nullptr);
-    EXPECT_FALSE(event.WaitForSignal(3600999));
-    gettimeofday(&end, nullptr);
-    EXPECT_LT(end.tv_sec - start.tv_sec, 60);
-}
+    bool Sleep(const timespec&, timespec&) override { return true; }
+};
 
-TEST(OSEvent, HasNoMemory) {
+TEST(OSEvent, WaitsAsLongAsTheLimitAndForgetsWhatCameBefore) {
+    CRoundedClock clock;
+    const CClockScope inUse(clock);
     COSEvent event;
+    const auto start = std::chrono::steady_clock::now();
     event.SetEvent();
+    EXPECT_FALSE(event.WaitForSignal(50));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(45));
     EXPECT_FALSE(event.WaitForSignal(0));
-    event.SetEvent();
-    EXPECT_FALSE(event.WaitForSignal(20));
 }
 
-TEST(OSEvent, WaitWithoutLimitEndsBySignal) {
+TEST(OSEvent, WakesOneOfThoseThatWait) {
     COSEvent event;
-    std::atomic<bool> woken{false};
-    std::thread waiter([&] {
-        EXPECT_TRUE(event.WaitForSignal(NO_TIME_LIMIT));
-        woken = true;
-    });
-    while (!woken) {  // the event forgets what comes before the wait
-        event.SetEvent();
-        PutThreadToSleep(1);
+    std::atomic<int> woken = 0;
+    std::atomic<int> ids[2] = {};
+    std::vector<std::jthread> waiters;
+    for (std::atomic<int>& id : ids) {
+        waiters.emplace_back([&] {
+            id = gettid();
+            EXPECT_TRUE(event.WaitForSignal(NO_TIME_LIMIT));
+            ++woken;
+        });
+        EXPECT_TRUE(FallsAsleep(id));
     }
-    waiter.join();
+    for (const int expected : {1, 2}) {
+        event.SetEvent();
+        EXPECT_TRUE(ComesTrue([&] { return woken >= expected; }));
+        PutThreadToSleep(10);
+        EXPECT_EQ(woken, expected);
+    }
 }
 
 }  // namespace
