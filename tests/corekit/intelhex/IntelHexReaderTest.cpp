@@ -85,6 +85,10 @@ TEST(IntelHexReader, TellsWhatIsReadAndWhatIsRefused) {
         {ONE + "abc\0def\n"s + TWO, first + bad + "Line too short: abc"},
         // White space is stripped at the end of a line, not at its start.
         {ONE + "\t" + TWO, first + bad + "Unexpected starting character: \t" + TWO.substr(0, 13)},
+        // A byte-order mark is no start of a line, and a carriage return alone no end of one.
+        {"\xEF\xBB\xBF" + ONE,
+         refused + bad + "Unexpected starting character: \xEF\xBB\xBF" + ONE.substr(0, 15)},
+        {ONE.substr(0, 15) + "\r" + TWO.substr(0, 13) + "\r", first},
         {filled + TWO, both},
         {filled + "\n" + TWO, first + bad + "Line too short: "},
         {filled.substr(1) + "\n" + TWO,
