@@ -18,8 +18,6 @@
 namespace {
 
 constexpr unsigned int MAX_BYTES_TO_MODIFY = 8192;
-constexpr unsigned int NCD_VERSION_SIZE = 8;
-constexpr unsigned int NCD_PATCH_DESC_SIZE = 8;
 
 std::string TextOrEmpty(const char* text) {
     return text == nullptr ? "" : text;
@@ -29,24 +27,6 @@ std::string OpenError(const char* format, const char* fileName) {
     return fileName == nullptr || *fileName == '\0'
                ? FormatText("Invalid %s file name!", format)
                : FormatText("Failed to open %s file ", format) + fileName;
-}
-
-// Reads the version block and the descriptors. Returns the error text, empty on success.
-std::string ReadNCDFileHead(std::FILE* file, const char* fileName) {
-    unsigned char version[NCD_VERSION_SIZE];
-    if (std::fread(version, 1, NCD_VERSION_SIZE, file) != NCD_VERSION_SIZE) {
-        return std::string("Failed to read version information from NCD file ") + fileName;
-    }
-    const std::size_t patchSets = version[NCD_VERSION_SIZE - 1];
-    if (patchSets == 0) {
-        return std::string("Patch set count is 0 in NCD file ") + fileName;
-    }
-    // Read, not sought past: the end of the file must show.
-    std::vector<unsigned char> skipped(patchSets * NCD_PATCH_DESC_SIZE);
-    if (std::fread(skipped.data(), 1, skipped.size(), file) != skipped.size()) {
-        return std::string("Failed to skip PATCH_DESC array in NCD file ") + fileName;
-    }
-    return "";
 }
 
 }  // namespace

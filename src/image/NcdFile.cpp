@@ -2,16 +2,39 @@
 
 #include <cerrno>
 #include <cstring>
+#include <vector>
 
 #include "util/FormatText.h"
 
 namespace {
 
+constexpr unsigned int VERSION_SIZE = 8;
+constexpr unsigned int PATCH_DESC_SIZE = 8;
 constexpr unsigned int HEADER_SIZE = 5;  // the record type included
 constexpr unsigned char EXPECTED_PID = 0x10;
 constexpr unsigned char END_OF_PATCH_SET = 6;
 
 }  // namespace
+
+std::string ReadNCDFileHead(std::FILE* file, const char* fileName, unsigned int* patchSets) {
+    unsigned char version[VERSION_SIZE];
+    if (std::fread(version, 1, VERSION_SIZE, file) != VERSION_SIZE) {
+        return std::string("Failed to read version information from NCD file ") + fileName;
+    }
+    const std::size_t count = version[VERSION_SIZE - 1];
+    if (count == 0) {
+        return std::string("Patch set count is 0 in NCD file ") + fileName;
+    }
+    // Read, not sought past: the end of the file must show.
+    std::vector<unsigned char> skipped(count * PATCH_DESC_SIZE);
+    if (std::fread(skipped.data(), 1, skipped.size(), file) != skipped.size()) {
+        return std::string("Failed to skip PATCH_DESC array in NCD file ") + fileName;
+    }
+    if (patchSets != nullptr) {
+        *patchSets = version[VERSION_SIZE - 1];
+    }
+    return "";
+}
 
 bool ReadNextNCDRecord(std::FILE* file, bool /*flag*/, unsigned int* recordSize,
                        unsigned char* record, bool* endsPatchSet, std::string* error) {

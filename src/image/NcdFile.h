@@ -10,6 +10,11 @@
 // The most bytes that a record can hold, its header included.
 inline constexpr unsigned int NCD_MAX_RECORD_SIZE = 4 + 255;
 
+// Reads what comes before the records: the version block with the number of patch sets, which goes
+// to *patchSets (may be null), and their descriptors. Returns the error text, empty on success.
+std::string ReadNCDFileHead(std::FILE* file, const char* fileName,
+                            unsigned int* patchSets = nullptr);
+
 // Reads one record, header included, into record, which holds NCD_MAX_RECORD_SIZE bytes. The flag
 // has no effect. False at the end of the file, with *error empty, and on a bad record. No pointer
 // may be null.
