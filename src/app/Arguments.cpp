@@ -11,6 +11,7 @@
 
 #include "app/UsageText.h"
 #include "os/OSTime.h"
+#include "os/Terminal.h"
 #include "transport/LineCapture.h"
 #include "util/FormatText.h"
 #include "util/NumberText.h"
@@ -243,7 +244,7 @@ std::string ReadOptions(int argc, char** argv, CRequest& request) {
 std::string ReadRequest(int argc, char** argv, CRequest& request) {
     std::string error = ReadOptions(argc, argv, request);
     if (!error.empty()) {
-        std::fprintf(stderr, "ERROR! %s\n\n\n", error.c_str());
+        std::fprintf(stderr, "ERROR! %s\n\n\n", CTerminal(stderr).Shown(error).c_str());
     }
     if (!error.empty() || argc <= 1) {
         PrintUsage(stderr, argc > 0 ? argv[0] : "hciload");

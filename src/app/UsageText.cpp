@@ -1,5 +1,9 @@
 #include "app/UsageText.h"
 
+#include <string>
+
+#include "os/Terminal.h"
+
 namespace {
 
 // Users' scripts and eyes know this text, its unkept promises included; it stays word for word.
@@ -99,12 +103,13 @@ constexpr const char* EXPLANATIONS[] = {
 }  // namespace
 
 void PrintUsage(FILE* stream, const char* programName) {
+    const std::string name = CTerminal(stream).Shown(programName);
     for (const char* line : BEFORE_FORMATS) {
         std::fprintf(stream, "%s\n", line);
     }
-    std::fprintf(stream, "    %s%s\n", programName, RULES_FORMAT);
+    std::fprintf(stream, "    %s%s\n", name.c_str(), RULES_FORMAT);
     std::fprintf(stream, " or\n");
-    std::fprintf(stream, "    %s%s\n", programName, VINTOR_FORMAT);
+    std::fprintf(stream, "    %s%s\n", name.c_str(), VINTOR_FORMAT);
     for (const char* line : EXPLANATIONS) {
         std::fprintf(stream, "%s\n", line);
     }

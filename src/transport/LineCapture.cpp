@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "os/LockGuard.h"
+#include "os/Terminal.h"
 #include "transport/BtsnoopFormat.h"
 #include "transport/PcapngFormat.h"
 
@@ -110,7 +111,10 @@ void CLineCapture::WriteItem(const CAPTURED_ITEM& item) {
         WriteWhole(IsBtsnoop(m_strPath) ? MakeBtsnoopRecord(item) : MakePcapngBlock(item))) {
         return;
     }
-    std::fprintf(stderr, "Capturing to %s ended: %s\n", m_strPath.c_str(), std::strerror(errno));
+    const std::string reason = std::strerror(errno);
+    CTerminal::EraseStatusLine();
+    std::fprintf(stderr, "Capturing to %s ended: %s\n", CTerminal(stderr).Shown(m_strPath).c_str(),
+                 reason.c_str());
     // The file opens up to its last whole packet; of a pipe nothing can be taken back.
     [[maybe_unused]] const int ignored = ftruncate(m_File.Get(), m_nSize);
     m_File.Close();

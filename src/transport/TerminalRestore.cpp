@@ -9,6 +9,8 @@
 #include <csignal>
 #include <iterator>
 
+#include "os/Terminal.h"
+
 namespace {
 
 constexpr std::array<int, 4> ENDING_SIGNALS{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
@@ -90,6 +92,8 @@ void CTerminalRestore::EndBySignal(int signal) {
          entered = entered->m_pNext) {
         entered->Restore();
     }
+    // After the ports, since the user's terminal may be held up by Ctrl-S.
+    CTerminal::EraseStatusLine();
     struct sigaction action {};
     action.sa_handler = SIG_DFL;
     sigaction(signal, &action, nullptr);

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <numeric>
 
+#include "os/Terminal.h"
+
 namespace {
 
 constexpr char DATA_VALUE_FAULT[] = "ValidateIntelHexLine: Failed to parse data value: ";
@@ -65,9 +67,9 @@ bool CIntelHexBasics::ValidateIntelHexLine(const char* line, int lineNumber, boo
     *error = std::string(fault) + line;
     if (print && fault == DATA_VALUE_FAULT) {
         std::fprintf(stderr, "ValidateIntelHexLine: Failed to parse data value [%0d]: %s\n",
-                     static_cast<int>(fields.data.size()), line);
+                     static_cast<int>(fields.data.size()), CTerminal(stderr).Shown(line).c_str());
     } else if (print) {
-        std::fprintf(stderr, "%s\n", error->c_str());
+        std::fprintf(stderr, "%s\n", CTerminal(stderr).Shown(*error).c_str());
     }
     if (print && fault == CHECKSUM_FAULT) {
         std::fprintf(stderr, "                      Computed %2X   Parsed %2X\n",
