@@ -3,8 +3,10 @@
 #include <cstdio>
 #include <vector>
 
+#include "app/Hints.h"
 #include "download/ChipDownloader.h"
 #include "os/OSTime.h"
+#include "os/Terminal.h"
 #include "util/FormatText.h"
 #include "util/Wrap32.h"
 
@@ -49,14 +51,20 @@ DownloadStates PollAndPrint(CChipDownloader& downloader) {
     const std::string progress = ProgressText(downloader, state);
     std::vector<std::string> details;
     downloader.GetAllRecentDetails(details);
+    const CTerminal terminal(stdout);
     for (const std::string& detail : details) {
-        std::printf("%s\n", detail.c_str());
+        std::printf("%s\n", terminal.Shown(detail).c_str());
     }
     std::printf("%sCurrent state: %s\n", progress.c_str(),
                 CChipDownloader::GetStateName(state).c_str());
     // A reader of a pipe gets the line when it is due.
     std::fflush(stdout);
     return state;
+}
+
+bool LoadsAnything(CChipDownloader& downloader) {
+    const CChipImageLoadingInformation& info = *downloader.DownloadInfo();
+    return info.IsVintorMode() || info.GetCustomDownloader() != nullptr;
 }
 
 void PrintFilledAreas(CChipDownloader& downloader) {
@@ -86,11 +94,15 @@ std::string PerformDownload(CChipImageLoadingInformation& info, CSerialConnector
     if (error.empty()) {
         // A thread that does not start shows up as the error of the first poll.
         downloader.StartDownload(nullptr);
-        DownloadStates state = DOWNLOAD_UNINITIALIZED;
-        do {
+        PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
+        DownloadStates state = PollAndPrint(downloader);
+        if (state == DOWNLOAD_INITIALIZED && !LoadsAnything(downloader)) {
+            ShowHint(HINT_NOTHING_TO_LOAD);
+        }
+        while (!IsFinalState(state)) {
             PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
             state = PollAndPrint(downloader);
-        } while (!IsFinalState(state));
+        }
         if (state == DOWNLOAD_TERMINATED_WITH_ERROR) {
             error = downloader.GetErrorDescription();
         }
@@ -119,7 +131,8 @@ unsigned int CallbackDownloadProgress(unsigned int downloaded, unsigned int veri
                                       DownloadStates state, const char* text) {
     std::printf("Downloaded %d bytes.  Verified %d bytes.    Current state: %s    %s\n",
                 static_cast<int>(downloaded), static_cast<int>(verified),
-                CChipDownloader::GetStateName(state).c_str(), text == nullptr ? "" : text);
+                CChipDownloader::GetStateName(state).c_str(),
+                CTerminal(stdout).Shown(text == nullptr ? "" : text).c_str());
     return 0;
 }
 

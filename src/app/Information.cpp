@@ -51,14 +51,6 @@ Try it without a chip:
   chipsim -- hciload -VINTORMODE -PORT /dev/tty -FIRMWARE firmware.hex
 )";
 
-std::string Joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
-}
-
 std::string DescribePorts([[maybe_unused]] const CSystemFolders& folders) {
 #ifdef __linux__
     std::string text;
@@ -69,7 +61,7 @@ std::string DescribePorts([[maybe_unused]] const CSystemFolders& folders) {
         text += port.m_strName + "\n    lasting name  " + orUnknown(port.m_strLastingName) +
                 "\n    driver        " + orUnknown(port.m_strDriver) + "\n    may open it   user " +
                 port.m_strOwner + ", group " + port.m_strGroup + " (" + port.m_strMode +
-                ")\n    held by       " + orUnknown(Joined(port.m_Holders)) + "\n";
+                ")\n    held by       " + orUnknown(port.m_strHolders) + "\n";
     }
     return text.empty() ? "This machine has no serial port.\n" : text;
 #else

@@ -9,8 +9,10 @@
 
 #include "app/Arguments.h"
 #include "app/DownloadRun.h"
+#include "app/Hints.h"
 #include "app/Information.h"
 #include "os/OSTime.h"
+#include "os/Terminal.h"
 #include "transport/LineCapture.h"
 #include "transport/SerialConnector.h"
 #include "transport/SerialConnectorFactory.h"
@@ -18,9 +20,8 @@
 
 namespace {
 
-constexpr int EXIT_COMMAND_LINE_ERROR = -1;
-constexpr int EXIT_NO_TRANSPORT = -2;
-constexpr int EXIT_DOWNLOAD_ERROR = -9999;
+// By FailurePlaces.
+constexpr int EXIT_STATUSES[] = {-1, -2, -9999};
 
 // Opens /dev/null for each standard stream that is closed. The port would otherwise get its
 // descriptor, and printed lines would reach the chip.
@@ -31,6 +32,12 @@ void FillStandardDescriptors() {
     close(descriptor);
 }
 
+// A download goes on when nobody reads its output any more, or a file reaches its size limit.
+void IgnoreWriteSignals() {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
 // Reads the command line, and makes sure that the capture can be written before anything is sent.
 std::string Prepare(int argc, char** argv, CRequest& request, CLineCapture& capture) {
     std::string error = ReadRequest(argc, argv, request);
@@ -39,6 +46,19 @@ std::string Prepare(int argc, char** argv, CRequest& request, CLineCapture& capt
             capture.Open(request.m_strCaptureFile, "hciload " HCILOAD_VERSION, request.m_strPort);
     }
     return error;
+}
+
+// Both return the exit status.
+int Print(const std::string& text) {
+    std::fputs(text.c_str(), stdout);
+    return std::fflush(stdout) == 0 ? 0 : EXIT_STATUSES[FAILED_COMMAND_LINE];
+}
+
+int Fail(FailurePlaces place, const std::string& text, const std::string& error,
+         const CRequest& request) {
+    std::fprintf(stderr, "%s\n", CTerminal(stderr).Shown(text).c_str());
+    ShowHints(place, error, request.m_strPort);
+    return EXIT_STATUSES[place];
 }
 
 void ReportTimes(double total, double net, const char* logFileName) {
@@ -56,12 +76,9 @@ void ReportTimes(double total, double net, const char* logFileName) {
 
 int main(int argc, char** argv) {
     FillStandardDescriptors();
-    // A download goes on when nobody reads its output any more, or a file reaches its size limit.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
+    IgnoreWriteSignals();
     if (const std::optional<std::string> text = MakeInformation(argc, argv, HCILOAD_VERSION)) {
-        std::fputs(text->c_str(), stdout);
-        return std::fflush(stdout) == 0 ? 0 : EXIT_COMMAND_LINE_ERROR;
+        return Print(*text);
     }
     InstallTerminalRestoreOnSignals();
 
@@ -70,19 +87,20 @@ int main(int argc, char** argv) {
     CLineCapture capture;
     std::string error = Prepare(argc, argv, request, capture);
     if (!error.empty()) {
-        std::fprintf(stderr, "Error processing command-line arguments: %s\n", error.c_str());
-        return EXIT_COMMAND_LINE_ERROR;
+        return Fail(FAILED_COMMAND_LINE, "Error processing command-line arguments: " + error, error,
+                    request);
     }
 
     std::unique_ptr<CSerialConnector> connector(
         CreateSerialConnector(request.m_strTransportParameters.c_str(), &error, nullptr, &capture));
     if (connector == nullptr) {
         capture.Note(error);
-        std::fprintf(stderr, "Error creating a transport connection (%s)   %s\n",
-                     request.m_strTransportParameters.c_str(), error.c_str());
-        return EXIT_NO_TRANSPORT;
+        const std::string text = "Error creating a transport connection (" +
+                                 request.m_strTransportParameters + ")   " + error;
+        return Fail(FAILED_PORT, text, error, request);
     }
 
+    ShowHint(MakeHintBeforeDownload(request));
     CChipImageLoadingInformation info = DescribeDownload(request);
     const unsigned int downloadStartedMS = GetCurrentOSTimeMS();
     error = PerformDownload(info, connector.get());
@@ -90,8 +108,7 @@ int main(int argc, char** argv) {
     connector.reset();
 
     if (!error.empty()) {
-        std::fprintf(stderr, "%s\n", error.c_str());
-        return EXIT_DOWNLOAD_ERROR;
+        return Fail(FAILED_DOWNLOAD, error, error, request);
     }
     ReportTimes(SecondsBetween(startedMS, endedMS), SecondsBetween(downloadStartedMS, endedMS),
                 request.m_Descriptor.GetLogFileName());

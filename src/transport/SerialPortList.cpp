@@ -67,8 +67,8 @@ std::string LastingNameOf(const fs::path& device, const fs::path& dev) {
     return {};
 }
 
-std::vector<std::string> HoldersOf(const fs::path& device, const fs::path& proc) {
-    std::vector<std::string> holders;
+std::string HoldersOf(const fs::path& device, const fs::path& proc) {
+    std::string holders;
     for (const fs::path& process : EntriesOf(proc)) {
         const std::string number = process.filename();
         if (number.find_first_not_of("0123456789") != std::string::npos ||
@@ -78,7 +78,8 @@ std::vector<std::string> HoldersOf(const fs::path& device, const fs::path& proc)
         const std::vector<fs::path> open = EntriesOf(process / "fd");
         if (std::any_of(open.begin(), open.end(),
                         [&](const fs::path& link) { return LinkTarget(link) == device; })) {
-            holders.push_back(FirstWordIn(process / "comm") + " (" + number + ")");
+            holders +=
+                (holders.empty() ? "" : ", ") + FirstWordIn(process / "comm") + " (" + number + ")";
         }
     }
     return holders;
@@ -136,6 +137,6 @@ CSerialPortInfo DescribeSerialPort(const std::string& name, const CSystemFolders
     port.m_strLastingName = LastingNameOf(device, folders.m_strDev);
     port.m_strDriver = DriverOf(fs::path(folders.m_strSys) / "class" / "tty" / device.filename());
     DescribeAccess(port);
-    port.m_Holders = HoldersOf(device, folders.m_strProc);
+    port.m_strHolders = HoldersOf(device, folders.m_strProc);
     return port;
 }

@@ -17,8 +17,8 @@ struct CSerialPortInfo {
     std::string m_strDriver;
     std::string m_strOwner;
     std::string m_strGroup;
-    std::string m_strMode;               // such as "rw-rw----"
-    std::vector<std::string> m_Holders;  // other processes that have it open: "minicom (4711)"
+    std::string m_strMode;     // such as "rw-rw----"
+    std::string m_strHolders;  // other processes that have it open: "minicom (4711), cat (12)"
 };
 
 // The machine's serial ports by name, links such as /dev/ttyBOARD included: every name that
