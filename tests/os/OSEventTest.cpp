@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
-#include "os/Clock.h"
 #include "os/ThreadWaits.h"
 #include "os/TimeLimit.h"
+#include "support/FakeClock.h"
 
 namespace {
 
@@ -54,6 +54,7 @@ TEST(OSEvent, WaitsAsLongAsTheLimitAndForgetsWhatCameBefore) {
 }
 
 TEST(OSEvent, WakesOneOfThoseThatWait) {
+    const CFakeClock longAgo;  // so that any time limit would have passed
     COSEvent event;
     std::atomic<int> woken = 0;
     std::atomic<int> ids[2] = {};
@@ -69,7 +70,7 @@ TEST(OSEvent, WakesOneOfThoseThatWait) {
     for (const int expected : {1, 2}) {
         event.SetEvent();
         EXPECT_TRUE(ComesTrue([&] { return woken >= expected; }));
-        PutThreadToSleep(10);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
         EXPECT_EQ(woken, expected);
     }
 }

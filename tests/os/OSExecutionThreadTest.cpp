@@ -9,6 +9,7 @@
 #include "os/FairMutex.h"
 #include "os/LockGuard.h"
 #include "os/OSEvent.h"
+#include "os/OSTime.h"
 #include "os/ThreadWaits.h"
 #include "os/TimeLimit.h"
 #include "support/UnaffordableThreads.h"

@@ -1,19 +1,19 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <fstream>
 #include <string>
+#include <thread>
 
-#include "os/OSTime.h"
-
-// Polls until the condition holds; false after ten seconds.
+// Polls until the condition holds, in real time; false after ten seconds.
 template <class CONDITION>
 bool ComesTrue(CONDITION condition) {
     for (int ms = 0; ms < 10000; ++ms) {
         if (condition()) {
             return true;
         }
-        PutThreadToSleep(1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return false;
 }

@@ -32,32 +32,32 @@ Text Integer(const Text& in) {
            (isBinary ? "bin " : "") + std::to_string(value);
 }
 
+Text Bytes(bool ok, const unsigned char* bytes, unsigned int count) {
+    Text text = ok ? "ok" : "refused";
+    ConcatHexBytesToString(text, bytes, static_cast<int>(count), 0);
+    return text;
+}
+
 Text Tokens(const Text& in) {
     unsigned char bytes[4] = {};
     unsigned int count = 99;
-    Text text = ParseHexBytesFromString(in.c_str(), bytes, 4, &count) ? "ok" : "refused";
-    ConcatHexBytesToString(text, bytes, static_cast<int>(count), 0);
-    return text;
+    const bool ok = ParseHexBytesFromString(in.c_str(), bytes, 4, &count);
+    return Bytes(ok, bytes, count);
 }
 
 Text Run(const Text& in) {
     unsigned char bytes[4] = {};
     unsigned int count = 99;
     const bool ok = ParseHexBytesWithoutDelimiters(in.c_str(), bytes, 4, &count, '?');
-    Text text = ok ? "ok" : "refused";
-    ConcatHexBytesToString(text, bytes, static_cast<int>(count), 0);
-    return text;
+    return Bytes(ok, bytes, count);
 }
 
 Text Leb128(const Text& in) {
     unsigned char bytes[6] = {};
     const unsigned int count = CopyUint32ToByteBufferLEB128(GetUIntValue(in.c_str()), bytes);
     unsigned char used = 0;
-    EXPECT_EQ(CopyByteBufferLEB128ToUint32(bytes, &used), GetUIntValue(in.c_str()));
-    EXPECT_EQ(used, count);
-    Text text;
-    ConcatHexBytesToString(text, bytes, static_cast<int>(count), 0);
-    return text;
+    const bool ok = CopyByteBufferLEB128ToUint32(bytes, &used) == GetUIntValue(in.c_str());
+    return Bytes(ok && used == count, bytes, count);
 }
 
 Text Trimmed(const Text& in) {
@@ -175,6 +175,9 @@ TEST(TextFunctions, MissingTextsAreNothing) {
     EXPECT_EQ(out, "old");
     EXPECT_EQ(BytesToHexString(bytes, 2, out, ',', true), 9U);
     EXPECT_EQ(out, "0x01,0xAB");
+    char line[20] = "two:";
+    ConcatHexBytesToString(line, bytes, 2, 2);
+    EXPECT_EQ(ConcatHexBytesToString(line, bytes, 2, 1), Text("two: 01 AB 01 ..."));
 }
 
 }  // namespace
