@@ -80,6 +80,8 @@ TEST(OSExecutionThread, EndsOnlyWhereItSleeps) {
         std::atomic<bool> canceled = false;
         bool finished = false;
         Body body = [&](CExecutionThread*) -> unsigned int {
+            PutThreadToSleep(1);
+            { const CLockGuard released(lock); }
             begun = true;
             while (!canceled) {
             }
