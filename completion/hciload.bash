@@ -48,7 +48,7 @@ _hciload_options() {
 
 _hciload() {
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]^^}
-    local common="-PORT -BAUDRATE -CONFIG -LOGTO -CAPTURETO -RECORDDLTIME"
+    local common="-PORT -BAUDRATE -CONFIG -LOGTO -CAPTURETO -REPORTTO -RECORDDLTIME"
     # Outside quotes, bash takes the @ of "board.vnp@set" for a word of its own, but replaces "@set".
     local -i file=COMP_CWORD-2
     [[ $cur == @ ]] && file=COMP_CWORD-1 previous=@ cur=""
@@ -87,7 +87,7 @@ _hciload() {
             COMPREPLY=($(compgen -W "115200 3000000NFC" -- "$cur"))
             return
             ;;
-        -LOGTO | -CAPTURETO)
+        -LOGTO | -CAPTURETO | -REPORTTO)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             return

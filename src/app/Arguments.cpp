@@ -105,6 +105,11 @@ std::string TakeCaptureFile(CRequest& request, const char* value) {
     return *value == '\0' ? "Capture file has no name" : "";
 }
 
+std::string TakeReportFile(CRequest& request, const char* value) {
+    request.m_strReportFile = value;
+    return *value == '\0' ? "Report file has no name" : "";
+}
+
 constexpr char MINIDRIVER[] = "Minidriver";
 constexpr char FIRMWARE[] = "Firmware";
 constexpr char CONFIG[] = "Config";
@@ -166,6 +171,7 @@ constexpr COption OPTIONS[] = {
     {"FIRMWARE", VALUE, TakeDataFile<FIRMWARE, &CChipDownloadDescriptor::AddFirmwareFileName>},
     {"LOGTO", VALUE, TakeLogFile},
     {"CAPTURETO", VALUE, TakeCaptureFile},
+    {"REPORTTO", VALUE, TakeReportFile},
     {"CONFIG", VALUE, TakeDataFile<CONFIG, &CChipDownloadDescriptor::AddConfigDataFileName>},
 };
 
@@ -198,6 +204,7 @@ std::string CheckOutputs(const CRequest& request) {
     }
     for (const std::string output :
          {request.m_Descriptor.GetLogFileName(), request.m_strCaptureFile.c_str(),
+          request.m_strReportFile.c_str(),
           g_bRecordDownloadTimeInFile ? DOWNLOAD_TIMES_FILE : ""}) {
         for (const auto& [kind, other] : others) {
             if (!output.empty() && IsSameFile(output, other)) {

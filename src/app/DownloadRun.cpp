@@ -86,10 +86,17 @@ void PrintFilledAreas(CChipDownloader& downloader) {
 }  // namespace
 
 std::string PerformDownload(CChipImageLoadingInformation& info, CSerialConnector* connector) {
+    CRunObserver nobody;
+    return PerformDownload(info, connector, nobody);
+}
+
+std::string PerformDownload(CChipImageLoadingInformation& info, CSerialConnector* connector,
+                            CRunObserver& observer) {
     if (connector == nullptr) {
         return "ERROR in PerformDownload: NULL Connector!";
     }
     CChipDownloader downloader(info, connector);
+    downloader.SetRunObserver(observer);
     std::string error = downloader.PrepareForDownload();
     if (error.empty()) {
         // A thread that does not start shows up as the error of the first poll.

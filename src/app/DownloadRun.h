@@ -5,6 +5,7 @@
 #include "download/DownloadStates.h"
 
 class CChipImageLoadingInformation;
+class CRunObserver;
 class CSerialConnector;
 
 // Milliseconds between two polls of a running download.
@@ -15,6 +16,9 @@ extern unsigned int PROGRESS_REPORT_INTERVAL_MS;
 // error text, empty on success and after a cancel. The caller connects the connector and keeps it.
 [[nodiscard]] std::string PerformDownload(CChipImageLoadingInformation& info,
                                           CSerialConnector* connector);
+// The same with an observer of the run.
+[[nodiscard]] std::string PerformDownload(CChipImageLoadingInformation& info,
+                                          CSerialConnector* connector, CRunObserver& observer);
 
 // The same download, reported through CallbackDownloadProgress. Returns the error text of the
 // preparation only; the callback gets the outcome of the download.

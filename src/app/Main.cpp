@@ -11,9 +11,11 @@
 #include "app/DownloadRun.h"
 #include "app/Hints.h"
 #include "app/Information.h"
+#include "app/RunReport.h"
 #include "os/OSTime.h"
 #include "os/Terminal.h"
 #include "transport/LineCapture.h"
+#include "transport/LineMeter.h"
 #include "transport/SerialConnector.h"
 #include "transport/SerialConnectorFactory.h"
 #include "transport/TerminalRestore.h"
@@ -38,12 +40,17 @@ void IgnoreWriteSignals() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-// Reads the command line, and makes sure that the capture can be written before anything is sent.
-std::string Prepare(int argc, char** argv, CRequest& request, CLineCapture& capture) {
+// Reads the command line, and makes sure that capture and report can be written before anything is
+// sent.
+std::string Prepare(int argc, char** argv, CRequest& request, CLineCapture& capture,
+                    CRunReport& report) {
     std::string error = ReadRequest(argc, argv, request);
     if (error.empty() && !request.m_strCaptureFile.empty()) {
         error =
             capture.Open(request.m_strCaptureFile, "hciload " HCILOAD_VERSION, request.m_strPort);
+    }
+    if (error.empty() && !request.m_strReportFile.empty()) {
+        error = report.Open(request, HCILOAD_VERSION);
     }
     return error;
 }
@@ -72,6 +79,38 @@ void ReportTimes(double total, double net, const char* logFileName) {
     }
 }
 
+// Returns the exit status.
+int Run(const CRequest& request, CLineCapture& capture, CRunReport& report,
+        unsigned int startedMS) {
+    CLineMeter line(capture);
+    std::string error;
+    std::unique_ptr<CSerialConnector> connector(
+        CreateSerialConnector(request.m_strTransportParameters.c_str(), &error, nullptr, &line));
+    report.ConnectingEnds();
+    if (connector == nullptr) {
+        capture.Note(error);
+        report.Close(line, error, EXIT_STATUSES[FAILED_PORT]);
+        const std::string text = "Error creating a transport connection (" +
+                                 request.m_strTransportParameters + ")   " + error;
+        return Fail(FAILED_PORT, text, error, request);
+    }
+
+    ShowHint(MakeHintBeforeDownload(request));
+    CChipImageLoadingInformation info = DescribeDownload(request);
+    const unsigned int downloadStartedMS = GetCurrentOSTimeMS();
+    error = PerformDownload(info, connector.get(), report);
+    const unsigned int endedMS = GetCurrentOSTimeMS();
+    connector.reset();
+    report.Close(line, error, error.empty() ? 0 : EXIT_STATUSES[FAILED_DOWNLOAD]);
+
+    if (!error.empty()) {
+        return Fail(FAILED_DOWNLOAD, error, error, request);
+    }
+    ReportTimes(SecondsBetween(startedMS, endedMS), SecondsBetween(downloadStartedMS, endedMS),
+                request.m_Descriptor.GetLogFileName());
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -85,32 +124,11 @@ int main(int argc, char** argv) {
     const unsigned int startedMS = GetCurrentOSTimeMS();
     CRequest request;
     CLineCapture capture;
-    std::string error = Prepare(argc, argv, request, capture);
+    CRunReport report;
+    const std::string error = Prepare(argc, argv, request, capture, report);
     if (!error.empty()) {
         return Fail(FAILED_COMMAND_LINE, "Error processing command-line arguments: " + error, error,
                     request);
     }
-
-    std::unique_ptr<CSerialConnector> connector(
-        CreateSerialConnector(request.m_strTransportParameters.c_str(), &error, nullptr, &capture));
-    if (connector == nullptr) {
-        capture.Note(error);
-        const std::string text = "Error creating a transport connection (" +
-                                 request.m_strTransportParameters + ")   " + error;
-        return Fail(FAILED_PORT, text, error, request);
-    }
-
-    ShowHint(MakeHintBeforeDownload(request));
-    CChipImageLoadingInformation info = DescribeDownload(request);
-    const unsigned int downloadStartedMS = GetCurrentOSTimeMS();
-    error = PerformDownload(info, connector.get());
-    const unsigned int endedMS = GetCurrentOSTimeMS();
-    connector.reset();
-
-    if (!error.empty()) {
-        return Fail(FAILED_DOWNLOAD, error, error, request);
-    }
-    ReportTimes(SecondsBetween(startedMS, endedMS), SecondsBetween(downloadStartedMS, endedMS),
-                request.m_Descriptor.GetLogFileName());
-    return 0;
+    return Run(request, capture, report, startedMS);
 }

@@ -14,6 +14,7 @@ struct CRequest {
     CChipDownloadDescriptor m_Descriptor;
     std::vector<std::string> m_Inputs;  // every file to be read
     std::string m_strCaptureFile;       // "" = no capture
+    std::string m_strReportFile;        // "" = no report
     bool m_bVintorMode = false;
     bool m_bIssueDownloadMinidriver = true;
     std::string m_strVnpFileName;

@@ -74,6 +74,7 @@ void CChipDownloader::EndDownloadThread() {
 std::string CChipDownloader::PrepareForDownload() {
     BeginPreparation(m_LoadingInformation.GetDescriptor().GetLogFileName());
     std::string error = m_LoadingInformation.PrepareToLoad(this);
+    RunObserver().FilesRead(m_LoadingInformation);
     if (error.empty() && m_LoadingInformation.IsVintorMode()) {
         error = VintorDownloadFinalPreparations();
     }

@@ -84,6 +84,7 @@ std::string CCustomX4410ADownloadAssistant::LoadPatchFile(CChipDownloader* downl
 }
 
 std::string CCustomX4410ADownloadAssistant::DisableSecureMode(CChipDownloader* downloader) {
+    const CPhaseScope phase(*downloader, PHASE_PRELOAD);
     const std::string name = "SET_SECURE_MODE_CMD (DISABLE)";
     unsigned char command[] = {0x10, 0x2F, 0x23, 0x01, 0x00};
     unsigned char expected[] = {0x10, 0x4F, 0x23, 0x01, 0x00};
@@ -102,6 +103,7 @@ std::string CCustomX4410ADownloadAssistant::DisableSecureMode(CChipDownloader* d
 }
 
 unsigned int CCustomX4410ADownloadAssistant::ExecuteDownload(CChipDownloader* downloader) {
+    const CPhaseScope phase(*downloader, PHASE_WRITE);
     downloader->AddLogText("Entered ExecuteDownload");
     std::string error = ClearRxFIFO(downloader);
     if (error.empty()) {
@@ -177,6 +179,7 @@ std::string CCustomX4410ADownloadAssistant::SendRecord(CChipDownloader* download
         return error;
     }
     downloader->IncrementDownloadByteCounter(false, length);
+    downloader->RunObserver().RecordDone(length);
     downloader->SetStatusDetails(isSignature ? "Signature record successfully sent"
                                              : "Patch record successfully sent");
     return {};

@@ -1,6 +1,7 @@
 #include "download/DownloadRecord.h"
 
 #include <iterator>
+#include <utility>
 
 #include "transport/LineObserver.h"
 #include "util/FormatText.h"
@@ -62,6 +63,7 @@ bool CDownloadRecord::ChangeState(DownloadStates* seen, DownloadStates next) {
     }
     if (*seen != next) {
         Note(GetStateName(next));
+        m_pRunObserver->StateChanged(next);
     }
     return true;
 }
@@ -76,6 +78,11 @@ void CDownloadRecord::LeaveFinalState(DownloadStates next) {
     DownloadStates state = m_State;
     while (!ChangeState(&state, next)) {
     }
+}
+
+DownloadPhases CDownloadRecord::ChangePhase(DownloadPhases phase) {
+    m_pRunObserver->PhaseChanged(phase);
+    return std::exchange(m_Phase, phase);
 }
 
 void CDownloadRecord::SetState(DownloadStates state) {

@@ -7,6 +7,7 @@
 #include "download/CompletedSectionInfo.h"
 #include "download/DownloadLog.h"
 #include "download/DownloadStates.h"
+#include "download/RunObserver.h"
 #include "os/FairMutex.h"
 #include "os/LockGuard.h"
 #include "os/OSMutex.h"
@@ -43,10 +44,15 @@ public:
     void FailPreparation(const std::string& error);
     // Gets changes of state and errors as notes. May be null; set before any of them.
     void SetObserver(CLineObserver* observer) { m_pObserver = observer; }
+    // Set before the preparation.
+    void SetRunObserver(CRunObserver& observer) { m_pRunObserver = &observer; }
     // May be null.
     void SetProgressCallback(DownloadProgressCallback callback) { m_pfnProgress = callback; }
 
     // For the procedures.
+    CRunObserver& RunObserver() { return *m_pRunObserver; }
+    // Returns the phase until now.
+    DownloadPhases ChangePhase(DownloadPhases phase);
     void SetState(DownloadStates state);
     // Returns what the callback returned, or 0 without one.
     unsigned int ReportProgress(const char* text);
@@ -142,4 +148,21 @@ private:
     std::string m_strErrorDescription;
     DownloadProgressCallback m_pfnProgress = nullptr;
     CLineObserver* m_pObserver = nullptr;
+    CRunObserver m_NoRunObserver;
+    CRunObserver* m_pRunObserver = &m_NoRunObserver;
+    DownloadPhases m_Phase = PHASE_NONE;
+};
+
+// Puts a run into a phase for a scope.
+class CPhaseScope {
+public:
+    CPhaseScope(CDownloadRecord& record, DownloadPhases phase)
+        : m_Record(record), m_Previous(record.ChangePhase(phase)) {}
+    ~CPhaseScope() { m_Record.ChangePhase(m_Previous); }
+    CPhaseScope(const CPhaseScope&) = delete;
+    CPhaseScope& operator=(const CPhaseScope&) = delete;
+
+private:
+    CDownloadRecord& m_Record;
+    DownloadPhases m_Previous;
 };

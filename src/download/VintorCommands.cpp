@@ -139,6 +139,7 @@ bool VintorMinidriverLaunch(CChipDownloader* downloader, unsigned int address) {
 }
 
 bool VintorDownloadReset(CChipDownloader* downloader) {
+    const CPhaseScope phase(*downloader, PHASE_LAUNCH);
     return Launch(downloader, HCI_LAUNCH_RAM, downloader->DownloadInfo()->GetLaunchAddress(),
                   "Chip reset to address 0x%08X failed %s",
                   "Chip reset to address 0x%08X succeeded");

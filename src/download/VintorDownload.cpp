@@ -59,6 +59,7 @@ void Fail(CChipDownloader* downloader, const std::string& error) {
 }
 
 bool ResetChip(CChipDownloader* downloader) {
+    const CPhaseScope phase(*downloader, PHASE_PRELOAD);
     if (PerformHCIReset(downloader)) {
         return true;
     }
@@ -67,12 +68,14 @@ bool ResetChip(CChipDownloader* downloader) {
 }
 
 bool EraseChip(CChipDownloader* downloader) {
+    const CPhaseScope phase(*downloader, PHASE_ERASE);
     EnterState(downloader, DOWNLOAD_ERASING_CHIP);
     return VintorChipErase(downloader);
 }
 
 // Always firmware before configuration data.
 bool WriteImages(CChipDownloader* downloader, bool checkCRC) {
+    const CPhaseScope phase(*downloader, PHASE_WRITE);
     const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
     EnterState(downloader, DOWNLOAD_READY_TO_DOWNLOAD);
     if (files.CountFirmwareFiles() > 0 && !VintorDownloadFirmware(downloader, checkCRC)) {
@@ -83,6 +86,7 @@ bool WriteImages(CChipDownloader* downloader, bool checkCRC) {
 }
 
 bool VerifyImages(CChipDownloader* downloader) {
+    const CPhaseScope phase(*downloader, PHASE_VERIFY);
     const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
     EnterState(downloader, DOWNLOAD_READY_TO_VERIFY);
     if (files.CountFirmwareFiles() > 0 && !VintorVerifyFirmware(downloader)) {

@@ -161,9 +161,19 @@ private:
             }
             m_pDownloader->ClearLoadingBlockInfo();
         }
-        return m_pDownloader->IsRunning() &&
-               (!m_bCheckCRC || VerifyCRC(m_pDownloader, range.GetBaseAddress(), size,
-                                          crc(range.GetDataBuffer(), size)));
+        m_pDownloader->RunObserver().AreaDone(range);
+        return m_pDownloader->IsRunning() && (!m_bCheckCRC || CheckRange(range));
+    }
+
+    bool CheckRange(const CByteBuffer& range) {
+        const CPhaseScope phase(*m_pDownloader, PHASE_CHECK);
+        const unsigned int size = range.GetDataByteSize();
+        if (!VerifyCRC(m_pDownloader, range.GetBaseAddress(), size,
+                       crc(range.GetDataBuffer(), size))) {
+            return false;
+        }
+        m_pDownloader->RunObserver().AreaDone(range);
+        return true;
     }
 
     bool RunRecord(const CByteBuffer& range, unsigned int offset, unsigned char n) {
@@ -177,6 +187,7 @@ private:
             ConcatHexBytesToString(text, data, n, m_Pass.IsCode() ? 16 : 256);
         }
         m_pDownloader->SetStatusDetails(text);
+        m_pDownloader->RunObserver().RecordDone(n);
         if (!m_Pass.IsMinidriver()) {
             Count(n);
             m_pDownloader->UpdateLoadingBlockInfo(range.GetBaseAddress(),
@@ -226,6 +237,7 @@ private:
 }  // namespace
 
 bool VintorDownloadMinidriver(CChipDownloader* downloader) {
+    const CPhaseScope phase(*downloader, PHASE_MINIDRIVER);
     CImagePass pass(downloader, WRITE_MINIDRIVER, false);
     if (!pass.Run()) {
         return false;

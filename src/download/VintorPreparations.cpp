@@ -74,6 +74,7 @@ std::string CChipDownloader::VintorDownloadFinalPreparations() {
     if (!m_LoadingInformation.IsVintorMode()) {
         return "CChipDownloader::PrepareForVintorDownload ERROR: NOT VINTOR MODE";
     }
+    const CPhaseScope phase(*this, PHASE_PRELOAD);
     std::string error = VintorPreDownloadSendMessages();
     if (!error.empty() || !m_LoadingInformation.NeedToIssueDownloadMinidriverCommand()) {
         return error;

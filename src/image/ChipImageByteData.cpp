@@ -38,6 +38,7 @@ CChipImageByteData::CChipImageByteData(const char* sourceType, const char* name,
       m_strSourceId(TextOrEmpty(sourceId)) {}
 
 void CChipImageByteData::Clear() {
+    m_szFormat = "";
     m_Ranges.clear();
     m_FirstAddressLoaded.reset();
     m_LaunchAddress.reset();
@@ -168,6 +169,7 @@ std::string CChipImageByteData::LoadFromHexFile(std::FILE* file, const char* fil
     if (!m_FirstAddressLoaded) {
         SetFirstAddressLoaded(firstAddress);
     }
+    m_szFormat = error.empty() ? "Intel HEX" : "";
     return error;
 }
 
@@ -238,6 +240,7 @@ std::string CChipImageByteData::LoadFromHCDFile(std::FILE* file, const char* fil
     if (!error.empty()) {
         return error;
     }
+    m_szFormat = "HCD";
     *launchAddress = pendingLaunchAddress;
     SetLaunchAddress(pendingLaunchAddress);
     return "";
@@ -298,5 +301,6 @@ std::string CChipImageByteData::LoadFromNCDFile(const char* fileName, unsigned i
             ++*patchSetCount;
         }
     }
+    m_szFormat = error.empty() ? "NCD" : "";
     return error;
 }

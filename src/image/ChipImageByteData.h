@@ -25,6 +25,8 @@ public:
     const char* GetSourceType() const { return m_strSourceType.c_str(); }
     const char* GetName() const { return m_strName.c_str(); }
     const char* GetSourceId() const { return m_strSourceId.c_str(); }
+    // The format of the file that was loaded last: "Intel HEX", "HCD" or "NCD"; "" without one.
+    const char* GetFormat() const { return m_szFormat; }
 
     // The Get functions do not check the index.
     unsigned int CountContiguousRanges() const {
@@ -87,6 +89,7 @@ private:
     std::string m_strSourceType;
     std::string m_strName;
     std::string m_strSourceId;
+    const char* m_szFormat = "";
     // Grows without moving its elements: images may have very many ranges.
     std::deque<CByteBuffer> m_Ranges;
     std::optional<unsigned int> m_FirstAddressLoaded;

@@ -22,6 +22,10 @@ std::atomic<CClock*> g_pClock = &g_SystemClock;
 
 }  // namespace
 
+std::chrono::nanoseconds CClock::Elapsed() {
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
 CClock& CClock::InUse() {
     return *g_pClock;
 }

@@ -2,6 +2,7 @@
 
 #include <sys/time.h>
 
+#include <chrono>
 #include <ctime>
 
 // Tells the time and sleeps. Everything in os/OSTime.h and the time limits of events use the clock
@@ -9,6 +10,9 @@
 class CClock {
 public:
     virtual timeval Now() = 0;
+
+    // The time since some moment in the past. Unlike Now, it never jumps.
+    virtual std::chrono::nanoseconds Elapsed();
 
     // Sleeps for length; a canceled thread ends here. False when a signal ended the sleep early:
     // left is then the rest of it.

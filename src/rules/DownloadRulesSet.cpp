@@ -47,6 +47,12 @@ bool IsWantedSet(const std::string& line, const VNP_SOURCE& source) {
     return source.quotedPreset.empty() || line.find(source.quotedPreset) != std::string::npos;
 }
 
+std::string QuotedText(const std::string& line) {
+    const std::size_t start = line.find('"');
+    const std::size_t end = line.find('"', start + 1);
+    return end == std::string::npos ? "" : line.substr(start + 1, end - start - 1);
+}
+
 void StoreParameterLine(CDownloadRulesSet& rules, std::string_view line) {
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos) {
@@ -78,7 +84,12 @@ bool CDownloadRulesSet::ProcessAsVnp(const char* path, std::string* error) {
     if (!file || !ReadVnpLine(file.get(), FIRST_LINE_LENGTH, line) || !StartsSet(line)) {
         return false;
     }
-    bool selected = IsWantedSet(line, source);
+    const auto select = [&] {
+        m_strFileName = source.fileName;
+        m_strSetName = QuotedText(line);
+        return IsWantedSet(line, source);
+    };
+    bool selected = select();
     while (ReadVnpLine(file.get(), LINE_LENGTH, line)) {
         if (!StartsSet(line)) {
             if (selected) {
@@ -87,7 +98,7 @@ bool CDownloadRulesSet::ProcessAsVnp(const char* path, std::string* error) {
         } else if (selected) {
             break;
         } else {
-            selected = IsWantedSet(line, source);
+            selected = select();
         }
     }
     if (!selected) {

@@ -29,7 +29,14 @@ public:
 
     const char* GetName() const { return m_strName.c_str(); }
 
+    // Where the parameters were loaded from: the file, and what its set is called there. Empty if
+    // they were not.
+    const std::string& GetFileName() const { return m_strFileName; }
+    const std::string& GetSetName() const { return m_strSetName; }
+
 private:
     std::string m_strName;
+    std::string m_strFileName;
+    std::string m_strSetName;
     CNameValueTable m_Parameters;
 };

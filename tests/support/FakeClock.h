@@ -40,6 +40,8 @@ public:
         return true;
     }
 
+    Duration Elapsed() override { return GetElapsed(); }
+
     Duration GetElapsed() const {
         const std::lock_guard<std::mutex> held(m_Mutex);
         return m_Elapsed;
