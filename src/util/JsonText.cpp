@@ -79,8 +79,9 @@ void AppendIndented(std::string& text, const std::string& item) {
 
 CJsonText::CJsonText(double value) : m_strText("null") {
     if (std::isfinite(value)) {
-        char digits[32];
-        m_strText.assign(digits, std::to_chars(digits, std::end(digits), value).ptr);
+        char digits[400];
+        m_strText.assign(
+            digits, std::to_chars(digits, std::end(digits), value, std::chars_format::fixed).ptr);
     }
 }
 

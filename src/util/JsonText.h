@@ -20,7 +20,7 @@ public:
     CJsonText(std::nullptr_t) : m_strText("null") {}
     CJsonText(bool value) : m_strText(value ? "true" : "false") {}
     CJsonText(std::integral auto value) : m_strText(std::to_string(value)) {}
-    CJsonText(double value);  // null for infinite values and NaN
+    CJsonText(double value);  // without an exponent; null for infinite values and NaN
     template <typename T>
     requires std::convertible_to<const T&, std::string_view> CJsonText(const T& text)
         : m_strText(Quoted(text)) {}

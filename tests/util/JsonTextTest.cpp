@@ -29,7 +29,7 @@ TEST(JsonText, LongObjectsTakeALineForEachMember) {
     const CJsonText area = CJsonText::Object({{"address", 0xFFFFFFFFU}, {"written", true}});
     const CJsonText none = CJsonText::Array({});
     const CJsonText numbers =
-        CJsonText::Array({-1, 0.5, 1e300, std::numeric_limits<double>::infinity(), nullptr});
+        CJsonText::Array({-1, 0.5, -2e6, std::numeric_limits<double>::infinity(), nullptr});
     const std::string name(60, 'x');
     EXPECT_EQ(CJsonText::Object({{"areas", CJsonText::Array({area, area})},
                                  {"none", none},
@@ -42,7 +42,7 @@ TEST(JsonText, LongObjectsTakeALineForEachMember) {
               "  \"none\": [],\n"
               "  \"" +
                   name +
-                  "\": [-1, 0.5, 1e+300, null, null],\n"
+                  "\": [-1, 0.5, -2000000, null, null],\n"
                   "  \"nested\": {\n"
                   "    \"" +
                   name + "\": \"" + name +
