@@ -53,18 +53,19 @@ private:
     CFileDescriptor m_File;
 };
 
-// Where the file really is, whether it exists or not.
-std::string Resolve(const std::string& path) {
-    std::error_code ignored;
-    const auto absolute = std::filesystem::absolute(path, ignored);
-    const std::string place = std::filesystem::weakly_canonical(absolute, ignored).string();
-    return place.empty() ? path : place;
-}
-
 // Whether a new file may take the place.
 bool IsReplaceable(const std::string& place) {
     struct stat info {};
     return stat(place.c_str(), &info) == 0 ? S_ISREG(info.st_mode) : errno == ENOENT;
+}
+
+// Where links lead, whether there is a file or not.
+std::string FollowLinks(std::filesystem::path place) {
+    std::error_code ignored;
+    while (IsReplaceable(place) && std::filesystem::is_symlink(place, ignored)) {
+        place = place.parent_path() / std::filesystem::read_symlink(place, ignored);
+    }
+    return place.string();
 }
 
 std::string ReasonUnless(bool isDone) {
@@ -74,7 +75,7 @@ std::string ReasonUnless(bool isDone) {
 }  // namespace
 
 std::string WriteWholeFile(const std::string& path, std::string_view content) {
-    const std::string place = Resolve(path);
+    const std::string place = FollowLinks(path);
     const std::span bytes(reinterpret_cast<const unsigned char*>(content.data()), content.size());
     if (IsReplaceable(place)) {
         CTemporaryFile temporary(place);
@@ -86,7 +87,7 @@ std::string WriteWholeFile(const std::string& path, std::string_view content) {
 }
 
 std::string MakeRoomForWholeFile(const std::string& path) {
-    const std::string place = Resolve(path);
+    const std::string place = FollowLinks(path);
     if (!IsReplaceable(place)) {
         std::error_code ignored;
         const bool isFolder = std::filesystem::is_directory(place, ignored);

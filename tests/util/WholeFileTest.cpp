@@ -32,7 +32,9 @@ TEST(WholeFile, TakesItsNameOnlyWhenItIsWhole) {
 
     EXPECT_EQ(MakeRoomForWholeFile(dir.PathOf("link")), "");
     EXPECT_FALSE(fs::exists(path));
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir.Path()), {}), 2) << "before and link";
+    EXPECT_EQ(WriteWholeFile(dir.PathOf("link"), "again"), "");
+    EXPECT_EQ(dir.Read("file"), "again");
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir.Path()), {}), 3) << "before, file, link";
 }
 
 TEST(WholeFile, DevicesStayAndFoldersAreRefused) {
