@@ -33,7 +33,7 @@ std::string ReplaceMinidriversMarker(const std::string& path, const std::string&
         return path;
     }
     std::string remainder = path.substr(marker + MINIDRIVERS_MARKER.size());
-    if (directory.ends_with('\\') && !remainder.empty()) {
+    if (directory.ends_with('\\')) {
         remainder.erase(0, 1);
     }
     return directory + remainder;

@@ -24,8 +24,7 @@ std::string CUARTConnector::Connect(CCommunicationParameters& params, RxCallback
     if (IsConnected()) {
         return "Already connected!";
     }
-    // After a failed connect, the earlier record still holds the port and its lock.
-    m_pTransport.reset();
+    // Frees what the record of a failed connect still holds: the port and its lock.
     m_pTransport = std::make_unique<CUARTTransportData>();
     const std::string path = params.GetPortId();
     if (!m_pTransport->Port().Open(path)) {

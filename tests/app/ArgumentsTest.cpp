@@ -58,13 +58,14 @@ std::string Describe(const CRequest& request) {
 }
 
 // The same request, from the outputs of ProcessArgsAndPrepare.
-CRequest RequestFromOutputs(CCommandLine& commandLine) {
+CRequest RequestFromOutputs(CCommandLine& commandLine, BooleanOptions checkCRC = OPTION_UNSET) {
     CRequest request;
     request.m_strTransportParameters = request.m_strVnpFileName = "old";
     request.m_bVintorMode = true;
     request.m_bIssueDownloadMinidriver = false;
     request.m_Erase = request.m_Write = request.m_Verify = OPTION_ON;
     request.m_nMinidriverChunkSize = 99;
+    request.m_CheckCRC = checkCRC;
     (void)ProcessArgsAndPrepare(
         commandLine.Count(), commandLine.Words(), &request.m_strTransportParameters,
         &request.m_Descriptor, &request.m_bVintorMode, &request.m_bIssueDownloadMinidriver,
@@ -114,6 +115,9 @@ TEST_F(CArguments, AreReadAsTheCasesSay) {
             EXPECT_EQ(Describe(request), testCase.Text(">"));
             same.m_strCaptureFile = request.m_strCaptureFile;
             EXPECT_EQ(Describe(same), testCase.Text(">"));
+            if (commandLine.Count() > 1) {
+                EXPECT_EQ(RequestFromOutputs(commandLine, OPTION_ON).m_CheckCRC, OPTION_ON);
+            }
         }
     }
     // Scripts show this text and search it: when it changes, that is meant.

@@ -4,6 +4,7 @@
 
 #include <thread>
 
+#include "support/CaseFile.h"
 #include "support/DownloadSetup.h"
 #include "support/FakeClock.h"
 #include "support/SampleImages.h"
@@ -69,6 +70,8 @@ TEST(DownloadRun, EachStateHasItsLine) {
         answerLate("01 4C FC 08", "04 0E 04 01 4C FC 00");
         answerLate("01 4D FC 05", "04 0E 08 01 4D FC 00 " + ToHex(Bytes(record, record + 4)));
     }
+    answerLate("01 4C FC 06", "04 0E 04 01 4C FC 00");
+    answerLate("01 4D FC 05", "04 0E 06 01 4D FC 00 A5 5A");
     const CRunResult run = RunDownload(setup, &setup.Chip(), PerformDownload);
     EXPECT_EQ(run.m_strError, "");
     for (const char* line :
@@ -76,10 +79,16 @@ TEST(DownloadRun, EachStateHasItsLine) {
           "\\( 0.0%\\) and 0 data bytes \\( 0.0%\\).   Current state: Executing -- erasing chip",
           "Downloaded (4|8|12) code bytes \\((25|50|75).0%\\) and 0 data bytes \\( 0.0%\\).  "
           "Current state: Executing -- loading code",
+          "Downloaded 16 code bytes \\(100.0%\\) and (0|2) data bytes \\( ?(0|100).0%\\).  "
+          "Current state: Executing -- loading data",
           "Verified (4|8|12) code bytes \\((25|50|75).0%\\) and 0 data bytes \\( 0.0%\\).   "
-          "Current state: Executing -- verifying code"}) {
+          "Current state: Executing -- verifying code",
+          "Verified 16 code bytes \\(100.0%\\) and (0|2) data bytes \\( ?(0|100).0%\\).   "
+          "Current state: Executing -- verifying data"}) {
         EXPECT_THAT(run.m_strPrinted, testing::ContainsRegex(std::string("\n") + line + "\n"));
     }
+    // Each poll waits until the record is done, for which there is time to poll twenty times.
+    EXPECT_LT(Split(run.m_strPrinted, "loading code\n").size(), 16U);
 }
 
 TEST(DownloadRun, AThreadThatDoesNotStartEndsTheRun) {

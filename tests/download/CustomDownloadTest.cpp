@@ -60,9 +60,10 @@ TEST(CustomDownload, ChunkedTxRxCutsARecordIntoSegments) {
     EXPECT_TRUE(assistant.ChunkedTxRx(&setup.Chip(), nullptr, record.data(), 604, expected.data(),
                                       10, 0, &error, &setup.Downloader()));
     EXPECT_EQ(error, "");
-    EXPECT_THAT(setup.Chip().m_Sent, testing::ElementsAre("10 3F 2E FA " + RepeatedHex("5A", 250),
-                                                          "10 3F 2E FA " + RepeatedHex("5A", 250),
-                                                          "10 2F 2E 64 " + RepeatedHex("5A", 100)));
+    EXPECT_THAT(setup.Chip().m_Sent,
+                testing::ElementsAre("10 3F 2E FA " + ToHex(Bytes(250, 0x5A)),
+                                     "10 3F 2E FA " + ToHex(Bytes(250, 0x5A)),
+                                     "10 2F 2E 64 " + ToHex(Bytes(100, 0x5A))));
     const std::string name = "CCustomX4410ADownloadAssistant::ChunkedTxRx  ";
     EXPECT_THAT(
         setup.NewDetails(),

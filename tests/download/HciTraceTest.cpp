@@ -43,7 +43,7 @@ TEST(HciTrace, AnEntryIsATimeALabelAndAtMost32Bytes) {
     DebugOut("no stream", nullptr, 0);
     std::fclose(stream);
     const std::string stamp = R"([0-9]{2}:[0-9]{2}:[0-9]{2}\.[0-9]{3} )";
-    const std::string shown = RepeatedHex("5A", 32);
+    const std::string shown = ToHex(Bytes(32, 0x5A));
     EXPECT_THAT(text, testing::MatchesRegex(stamp + "some\n32 bytes:  " + shown + "\n" + stamp +
                                             "many\n33 bytes:  " + shown + " \\.\\.\\.\n" + stamp +
                                             "none\n" + stamp + "\n"));

@@ -13,11 +13,7 @@ namespace {
 TEST(VintorDownload, APassNeedsItsStateAndItsImage) {
     const auto firmware = [](CChipDownloader* d) { return VintorDownloadFirmware(d, false); };
     const auto config = [](CChipDownloader* d) { return VintorDownloadConfigData(d, false); };
-    const struct {
-        DownloadStates m_State;
-        bool (*m_pfnPass)(CChipDownloader*);
-        const char* m_szError;
-    } cases[] = {
+    const std::tuple<DownloadStates, bool (*)(CChipDownloader*), std::string> cases[] = {
         {DOWNLOAD_INITIALIZED, VintorDownloadMinidriver, "MINIDRIVER chunk not found!"},
         {DOWNLOAD_READY_TO_DOWNLOAD, VintorDownloadMinidriver,
          "VintorDownloadMinidriver: unexpected state Executing -- ready to download code or data"},
@@ -28,12 +24,12 @@ TEST(VintorDownload, APassNeedsItsStateAndItsImage) {
         {DOWNLOAD_READY_TO_DOWNLOAD, VintorVerifyFirmware, ""},
         {DOWNLOAD_VERIFYING_CODE, VintorVerifyConfigData, ""},
     };
-    for (const auto& c : cases) {
+    for (const auto& [state, pass, error] : cases) {
         CDownloadSetup setup({});
-        setup.Downloader().SetState(c.m_State);
-        EXPECT_FALSE(c.m_pfnPass(&setup.Downloader()));
-        EXPECT_EQ(setup.State(), *c.m_szError == '\0' ? c.m_State : DOWNLOAD_TERMINATED_WITH_ERROR);
-        EXPECT_EQ(setup.Error(), c.m_szError);
+        setup.Downloader().SetState(state);
+        EXPECT_FALSE(pass(&setup.Downloader()));
+        EXPECT_EQ(setup.State(), error.empty() ? state : DOWNLOAD_TERMINATED_WITH_ERROR);
+        EXPECT_EQ(setup.Error(), error);
     }
 }
 
@@ -50,35 +46,35 @@ CDownloadRequest WholeDownload() {
     return request;
 }
 
-// Whether the current step fails or not, no other follows and the download stays canceled.
+// The reset, the minidriver and its launch, the erase, firmware with its CRC checks, configuration
+// with its own, both read back, the launch: whether the current step fails or not, no other follows
+// and the download stays canceled.
 TEST(VintorDownload, ACancelStopsAfterTheCurrentStep) {
-    // Reset; minidriver and its launch; erase; two ranges of firmware, each with a CRC; the same
-    // for configuration; both read back; launch.
-    const char* const lastFrames[] = {"01 03 0C 00",          "01 4C FC 06 00 01",
-                                      "01 4E FC 04 00 01",    "01 CE FF",
-                                      "01 4C FC 06 00 00 20", "01 4C FC 06 02 00 20",
-                                      "01 CC FC 08 00 00 20", "01 CC FC 08 00 00 30",
-                                      "01 4C FC 06 00 04",    "01 CC FC 08 00 04",
-                                      "01 4D FC 05 02 00 20", "01 4D FC 05 00 00 30",
-                                      "01 4D FC 05 02 04",    "01 4E FC 04 78"};
-    for (const char* lastFrame : lastFrames) {
+    const CFakeClock clock;
+    CDownloadSetup whole(WholeDownload());
+    ASSERT_EQ(whole.Prepare(), "");
+    VintorDownloadingFunction(&whole.Downloader());
+    ASSERT_EQ(whole.State(), DOWNLOAD_COMPLETED);
+    const std::vector<std::string> frames = whole.Chip().m_Sent;
+    ASSERT_EQ(frames.size(), 19U);
+    for (std::size_t last = 1; last <= frames.size(); ++last) {
         for (const bool stepFails : {false, true}) {
-            const CFakeClock clock;
-            SCOPED_TRACE(std::string(lastFrame) + (stepFails ? " fails" : ""));
+            SCOPED_TRACE(frames[last - 1] + (stepFails ? " fails" : ""));
             CDownloadSetup setup(WholeDownload());
             ASSERT_EQ(setup.Prepare(), "");
-            if (stepFails) {
-                setup.Chip().m_Faults = {{lastFrame, {}, "RxOverflow"}};
-            }
-            setup.Chip().m_pfnFrameSent = [&] {
-                if (setup.Chip().m_Sent.back().starts_with(lastFrame)) {
+            CFakeChip& chip = setup.Chip();
+            chip.m_pfnFrameSent = [&] {
+                if (chip.m_Sent.size() == last) {
                     EXPECT_EQ(setup.Downloader().CancelDownload(1000), "");
+                    if (stepFails) {
+                        chip.m_Faults = {{"", {}, "RxOverflow"}};
+                    }
                 }
             };
             VintorDownloadingFunction(&setup.Downloader());
             EXPECT_EQ(setup.State(), DOWNLOAD_CANCELED);
             EXPECT_EQ(setup.Error().empty(), !stepFails);
-            EXPECT_THAT(setup.Chip().m_Sent.back(), testing::StartsWith(lastFrame));
+            EXPECT_EQ(chip.m_Sent.size(), last);
         }
     }
 }

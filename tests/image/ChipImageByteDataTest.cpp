@@ -97,7 +97,7 @@ TEST_F(CChipImageTest, BytesAreModifiedInsideARangeOnly) {
     EXPECT_EQ(m_Image.ModifyRangeByte(1, 0, 1), "Invalid range index.");
     EXPECT_EQ(m_Image.ModifyRangeByte(0, 4, 1), "Invalid byte offset.");
     EXPECT_EQ(m_Image.ModifyRangeByte(0, 3, 0x5A), "");
-    const std::string tooMany = RepeatedHex("1", 8193);
+    const std::string tooMany = ToHex(Bytes(8193));
     for (const char* text : {"zz", "", static_cast<const char*>(nullptr), tooMany.c_str()}) {
         EXPECT_EQ(m_Image.ModifySeveralBytes(0, 0, text), "Failed to parse hex bytes.");
     }

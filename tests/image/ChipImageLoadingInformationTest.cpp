@@ -80,7 +80,7 @@ TEST(ChipImageLoadingInformation, FilesBecomeTheChunksOfTheCases) {
     for (const FILE_CASE& testCase : ReadCases(HCILOAD_TEST_DATA "/loads.txt")) {
         SCOPED_TRACE(testCase.name);
         CChipImageLoadingInformation info = InfoOf(testCase, folder);
-        for (const char* preparation : {"the first", "another, which starts over"}) {
+        for (int preparation = 1; preparation <= 2; ++preparation) {
             std::string text = info.PrepareToLoad(nullptr);
             text = text.empty() ? text : "error: " + text + "\n";
             for (unsigned int i = 0; i < info.CountChunks(); ++i) {
@@ -93,6 +93,17 @@ TEST(ChipImageLoadingInformation, FilesBecomeTheChunksOfTheCases) {
         }
     }
     std::filesystem::current_path("/");
+}
+
+TEST(ChipImageLoadingInformation, AnotherPreparationForgetsTheLaunchAddress) {
+    const CTempDir folder;
+    const std::string config = folder.Write("config", HcdFile({{0x400, {5}}}, 0x400));
+    CChipImageLoadingInformation info(nullptr, config.c_str(), nullptr);
+    ASSERT_EQ(info.PrepareToLoad(nullptr), "");
+    EXPECT_EQ(info.GetLaunchAddress(), 0x400U);
+    folder.Write("config", IntelHexText({{0x400, {5}}}));
+    ASSERT_EQ(info.PrepareToLoad(nullptr), "");
+    EXPECT_EQ(info.GetLaunchAddress(), 0U);
 }
 
 TEST(ChipImageLoadingInformation, AnEmptyLoadCanBeAllowed) {

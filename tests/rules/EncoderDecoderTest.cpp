@@ -42,7 +42,7 @@ protected:
 };
 
 TEST_F(EncoderDecoder, ComesForAKnownTypeAndAKeyOfBytes) {
-    const std::string tooLong = RepeatedHex("5A", 257);
+    const std::string tooLong = ToHex(Bytes(257, 0x5A));
     EXPECT_NE(CreateEncoderInstance("xOr", tooLong.substr(3).c_str()), nullptr);
     for (const char* const key :
          {tooLong.c_str(), "", "1 xyz", "100", static_cast<const char*>(nullptr)}) {

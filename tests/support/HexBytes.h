@@ -7,13 +7,18 @@
 
 using Bytes = std::vector<unsigned char>;
 
-// "01 03 0C" and the bytes that it stands for: tests read better in the notation of the wire.
+// "01 03 0C" and the bytes that it stands for: tests read better in the notation of the wire. 55*20
+// stands for 20 bytes 55.
 inline Bytes FromHex(const std::string& text) {
     std::istringstream in(text);
-    in >> std::hex;
     Bytes bytes;
-    for (unsigned int value = 0; in >> value;) {
-        bytes.push_back(static_cast<unsigned char>(value));
+    for (unsigned int value = 0; in >> std::hex >> value;) {
+        std::size_t count = 1;
+        if (in.peek() == '*') {
+            in.ignore();
+            in >> std::dec >> count;
+        }
+        bytes.insert(bytes.end(), count, static_cast<unsigned char>(value));
     }
     return bytes;
 }
@@ -32,14 +37,6 @@ inline std::string ToHex(const Bytes& bytes) {
     }
     if (!text.empty()) {
         text.pop_back();
-    }
-    return text;
-}
-
-inline std::string RepeatedHex(const char* byte, unsigned int count) {
-    std::string text;
-    for (unsigned int i = 0; i < count; ++i) {
-        text += std::string(i == 0 ? "" : " ") + byte;
     }
     return text;
 }

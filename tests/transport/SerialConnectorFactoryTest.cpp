@@ -1,5 +1,6 @@
 #include "transport/SerialConnectorFactory.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -10,7 +11,7 @@
 #include <memory>
 
 #include "support/TestTerminal.h"
-#include "transport/SerialConnector.h"
+#include "transport/UARTConnector.h"
 #include "util/ByteBuffer.h"
 
 namespace {
@@ -74,6 +75,25 @@ TEST(SerialConnectorFactoryDeathTest, ControllingTerminalsOfTwoSessionsDoNotColl
             _exit(write(turn[1], &go, 1) != 1 || wait(nullptr) < 0);
         },
         testing::ExitedWithCode(0), "^connected\nconnected\n$");
+}
+
+TEST(SerialConnectorFactoryDeathTest, ControllingTerminalIsFreeAfterADisconnect) {
+    const CTestTerminal terminal;
+    EXPECT_EXIT(
+        {
+            const auto first = ConnectInASession(terminal);
+            first->Disconnect();
+            _exit(ConnectInASession(terminal) == nullptr);
+        },
+        testing::ExitedWithCode(0), "^connected\nconnected\n$");
+}
+
+TEST(SerialConnectorFactoryDeathTest, APortDoesNotBecomeTheControllingTerminal) {
+    const CTestTerminal terminal;
+    CUARTConnector connector;
+    EXPECT_EXIT(_exit(setsid() < 0 || !terminal.Connect(connector).empty() ||
+                      open("/dev/tty", O_RDWR) >= 0),
+                testing::ExitedWithCode(0), "");
 }
 
 TEST(SerialConnectorFactoryDeathTest, ControllingTerminalInUseIsRefused) {

@@ -107,7 +107,10 @@ TEST_F(UARTConnector, RefusesWhatDoesNotFitItsState) {
     EXPECT_EQ(m_Connector.GetConnectionParameters()->GetPortId(), m_Terminal.Path());
     CUARTConnector second;
     EXPECT_EQ(m_Terminal.Connect(second), "failed to open port: " + m_Terminal.Path());
-    EXPECT_EQ(m_Terminal.Settings().c_lflag, 0U) << "the first one's line is left alone";
+    EXPECT_EQ(second.TransmitBytes(Bytes{7}.data(), 1), "");
+    EXPECT_EQ(Transmit({5}), "");
+    EXPECT_EQ(m_Terminal.Receive(1), Bytes{5}) << "the first one's line is left alone";
+    EXPECT_EQ(m_Terminal.Settings().c_lflag, 0U);
     EXPECT_EQ(m_Connector.Disconnect(), "");
     EXPECT_EQ(m_Connector.GetConnectionParameters(), nullptr);
     EXPECT_EQ(m_Connector.Disconnect(), "Not connected!");
