@@ -51,7 +51,8 @@ std::string Describe(const CRequest& request) {
     }
     lines += LineUnlessEmpty("custom download ", info.GetCustomDLTypeIfSpecified());
     lines += FilesText(descriptor) + LineUnlessEmpty("log ", descriptor.GetLogFileName());
-    lines += LineUnlessEmpty("capture ", request.m_strCaptureFile.c_str());
+    lines += LineUnlessEmpty("capture ", request.m_strCaptureFile.c_str()) +
+             LineUnlessEmpty("report ", request.m_strReportFile.c_str());
     lines += g_bRecordDownloadTimeInFile ? "record times\n" : "";
     static const std::regex TIME_OF_DAY("_[0-9]{6}_");
     return std::regex_replace(lines, TIME_OF_DAY, "_######_");
@@ -114,6 +115,7 @@ TEST_F(CArguments, AreReadAsTheCasesSay) {
         if (error.empty()) {
             EXPECT_EQ(Describe(request), testCase.Text(">"));
             same.m_strCaptureFile = request.m_strCaptureFile;
+            same.m_strReportFile = request.m_strReportFile;
             EXPECT_EQ(Describe(same), testCase.Text(">"));
             if (commandLine.Count() > 1) {
                 EXPECT_EQ(RequestFromOutputs(commandLine, OPTION_ON).m_CheckCRC, OPTION_ON);

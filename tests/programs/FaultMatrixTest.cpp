@@ -8,6 +8,7 @@
 #include "support/ProcessRun.h"
 #include "support/SampleImages.h"
 #include "support/SideBySide.h"
+#include "util/JsonText.h"
 
 // Runs every row of docs/faults.md, so that the page is true.
 
@@ -111,7 +112,14 @@ void CheckCaptures(const CTempDir& folder, const std::string& error) {
     EXPECT_TRUE(std::ranges::is_sorted(host.m_Times));
 }
 
-void CheckRow(const FAULT_ROW& row) {
+// It says what the program said and returned.
+void CheckReport(const std::string& report, const std::string& error, int status) {
+    const CJsonText text = error.empty() ? nullptr : CJsonText(error.substr(0, error.size() - 1));
+    EXPECT_THAT(report, testing::EndsWith("\"error\": " + text.Text() + ",\n  \"exitStatus\": " +
+                                          std::to_string(status) + "\n}\n"));
+}
+
+void CheckRow(const FAULT_ROW& row, const CTempDir& reports) {
     SCOPED_TRACE(row.fault);
     const CTempDir folder;
     WriteFiles(folder);
@@ -123,7 +131,8 @@ void CheckRow(const FAULT_ROW& row) {
                    "records",       "--capture", "chip.pcapng", "--fault",  row.fault};
     const Words& download = restarts ? RESTARTING_PATCH : isPatch ? PATCH : STANDARD;
     words.insert(words.end(), download.begin(), download.end());
-    words.insert(words.end(), {"-PORT", "/dev/tty", "-CAPTURETO", "host.pcapng"});
+    words.insert(words.end(), {"-PORT", "/dev/tty", "-CAPTURETO", "host.pcapng", "-REPORTTO",
+                               reports.PathOf(row.fault)});
     const PROCESS_RESULT result = RunProcess(folder, words, 90);
 
     const Words loaded = PlacedLines(folder.Read("dump.hex"));
@@ -149,6 +158,7 @@ void CheckRow(const FAULT_ROW& row) {
         EXPECT_TRUE(wholeRecords.starts_with(records));
     }
     CheckCaptures(folder, error);
+    CheckReport(reports.Read(row.fault), error, result.status);
     EXPECT_LT(result.seconds, 60);
 }
 
@@ -159,7 +169,12 @@ TEST(FaultMatrix, EachRowOfThePageIsTrue) {
     std::stable_partition(rows.begin(), rows.end(), [](const FAULT_ROW& row) {
         return row.fault.starts_with("erase") && !row.errors.empty();
     });
-    RunSideBySide(rows, CheckRow);
+    const CTempDir reports;
+    RunSideBySide(rows, [&](const FAULT_ROW& row) { CheckRow(row, reports); });
+    const std::string parse =
+        "import glob, json; print(sum(json.load(open(f))['schema'] for f in glob.glob('*:*')))";
+    EXPECT_EQ(RunProcess(reports, {"python3", "-c", parse}, 60).out,
+              std::to_string(rows.size()) + "\n");
 }
 
 }  // namespace
