@@ -197,21 +197,25 @@ def machine():
     )
 
 
-def table(rows):
-    text = "| Case | hciload | Against | Ratio | Goal | Met |\n|---|---|---|---|---|---|\n"
+HEADINGS = ["Case", "hciload", "Against", "Ratio", "Goal"]
+
+
+def table(headings, rows):
+    """The last item of each row tells whether the goal was met."""
+    text = f"| {' | '.join(headings)} | Met |\n{'|---' * len(headings)}|---|\n"
     for *cells, met in rows:
         text += f"| {' | '.join(cells)} | {'yes' if met else 'no'} |\n"
     return text
 
 
-def update_page(path, rows):
-    """Replaces what stands between the two marks of the page."""
-    begin, end = "<!-- table -->\n", "<!-- end of table -->\n"
+def update_page(path, name, text):
+    """Replaces what stands between the two marks of that name on the page."""
+    begin, end = f"<!-- {name} -->\n", f"<!-- end of {name} -->\n"
     head, _, rest = path.read_text().partition(begin)
     _, _, tail = rest.partition(end)
     load = os.getloadavg()[0]
     note = f"Measured on {machine()}; load average {load:.1f} at the end.\n\n"
-    path.write_text(head + begin + note + table(rows) + end + tail)
+    path.write_text(head + begin + note + text + end + tail)
 
 
 def main(arguments):
@@ -227,9 +231,9 @@ def main(arguments):
     memory(hexload, folder, rows)
     growth(hexload, folder, rows)
     exchange(str(build / "bench_hciload"), rows)
-    print(table(rows), end="")
+    print(table(HEADINGS, rows), end="")
     if arguments[1:2] == ["--page"]:
-        update_page(pathlib.Path(arguments[2]), rows)
+        update_page(pathlib.Path(arguments[2]), "table", table(HEADINGS, rows))
 
 
 if __name__ == "__main__":
