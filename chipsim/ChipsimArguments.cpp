@@ -1,14 +1,12 @@
 #include "chipsim/ChipsimArguments.h"
 
-#include <getopt.h>
-
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <limits>
 #include <string_view>
 
-#include "chipsim/ArgumentNumber.h"
+#include "util/ArgumentNumber.h"
+#include "util/LongOptions.h"
 
 namespace {
 
@@ -16,19 +14,13 @@ namespace fs = std::filesystem;
 
 using ARGUMENTS = CHIPSIM_ARGUMENTS;
 
-struct OPTION {
-    const char* name;
-    const char* wants;  // what its value must be; null when it takes none
+struct OPTION : CLongOptions::CRow {
     // The error text, empty on success.
     std::string (*set)(const OPTION& option, const std::string& value, ARGUMENTS& arguments);
 };
 
-std::string Needs(const OPTION& option, const std::string& instead = {}) {
-    return std::string("option '--") + option.name + "' needs " + option.wants + instead;
-}
-
 std::string Check(bool isGood, const OPTION& option, const std::string& value) {
-    return isGood ? std::string() : Needs(option, ", not '" + value + "'");
+    return isGood ? std::string() : CLongOptions::Needs(option, ", not '" + value + "'");
 }
 
 template <unsigned int CHIP_SETTINGS::*FIELD, unsigned int MOST>
@@ -82,70 +74,25 @@ std::string AddFaultFile(const OPTION&, const std::string& value, ARGUMENTS& arg
 }
 
 constexpr OPTION OPTIONS[] = {
-    {"link", "a path", SetName<&ARGUMENTS::linkPath>},
-    {"baud", "a number of bits per second", SetNumber<&CHIP_SETTINGS::baud, 100'000'000>},
-    {"ram", "two addresses, FIRST-LAST", SetRam},
-    {"erase-time", "milliseconds, at most 600000",
+    {{"link", "a path"}, SetName<&ARGUMENTS::linkPath>},
+    {{"baud", "a number of bits per second"}, SetNumber<&CHIP_SETTINGS::baud, 100'000'000>},
+    {{"ram", "two addresses, FIRST-LAST"}, SetRam},
+    {{"erase-time", "milliseconds, at most 600000"},
      SetNumber<&CHIP_SETTINGS::eraseTimeMs, LONGEST_MS>},
-    {"erase-markers", "a number, at most 1000", SetNumber<&CHIP_SETTINGS::eraseMarkers, 1000>},
-    {"load", "a file name", SetName<&ARGUMENTS::loadFile>},
-    {"dump", "a file name", SetName<&ARGUMENTS::dumpFile>},
-    {"dump-records", "a file name", SetName<&ARGUMENTS::recordsFile>},
-    {"capture", "a file name", SetName<&ARGUMENTS::captureFile>},
-    {"reset-ntf", nullptr, SetResetNtf},
-    {"reset-ntf-delay", "milliseconds, at most 600000", SetResetNtfDelay},
-    {"trace", nullptr, SetFlag<&ARGUMENTS::trace>},
-    {"fault", "KIND:WHEN:FAULT", AddFault},
-    {"faults", "a file name", AddFaultFile},
-    {"seed", "a number", SetNumber<&CHIP_SETTINGS::seed, LARGEST>},
-    {"help", nullptr, SetFlag<&ARGUMENTS::showHelp>},
-    {"version", nullptr, SetFlag<&ARGUMENTS::showVersion>},
+    {{"erase-markers", "a number, at most 1000"}, SetNumber<&CHIP_SETTINGS::eraseMarkers, 1000>},
+    {{"load", "a file name"}, SetName<&ARGUMENTS::loadFile>},
+    {{"dump", "a file name"}, SetName<&ARGUMENTS::dumpFile>},
+    {{"dump-records", "a file name"}, SetName<&ARGUMENTS::recordsFile>},
+    {{"capture", "a file name"}, SetName<&ARGUMENTS::captureFile>},
+    {{"reset-ntf"}, SetResetNtf},
+    {{"reset-ntf-delay", "milliseconds, at most 600000"}, SetResetNtfDelay},
+    {{"trace"}, SetFlag<&ARGUMENTS::trace>},
+    {{"fault", "KIND:WHEN:FAULT"}, AddFault},
+    {{"faults", "a file name"}, AddFaultFile},
+    {{"seed", "a number"}, SetNumber<&CHIP_SETTINGS::seed, LARGEST>},
+    {{"help", nullptr, 'h'}, SetFlag<&ARGUMENTS::showHelp>},
+    {{"version"}, SetFlag<&ARGUMENTS::showVersion>},
 };
-
-// What getopt_long returns for the first row; no character has such a value.
-constexpr int FIRST_VALUE = 256;
-
-const OPTION* FindOption(int value) {
-    return value < FIRST_VALUE ? nullptr : &OPTIONS[value - FIRST_VALUE];
-}
-
-std::array<option, std::size(OPTIONS) + 1> LongOptions() {
-    std::array<option, std::size(OPTIONS) + 1> options{};
-    for (std::size_t i = 0; i < std::size(OPTIONS); ++i) {
-        options[i] = {OPTIONS[i].name,
-                      OPTIONS[i].wants == nullptr ? no_argument : required_argument, nullptr,
-                      FIRST_VALUE + static_cast<int>(i)};
-    }
-    return options;
-}
-
-// What stands where getopt_long found no option.
-std::string UnknownOption(char** argv) {
-    const std::string_view word = argv[optind - 1];
-    const bool isLong = optopt == 0;
-    return "unknown or ambiguous option '" +
-           (isLong ? std::string(word.substr(0, word.find('=')))
-                   : std::string{'-', static_cast<char>(optopt)}) +
-           "'";
-}
-
-// Applies what getopt_long has found.
-std::string TakeOption(int found, char** argv, ARGUMENTS& arguments) {
-    if (found == 'h') {
-        arguments.showHelp = true;
-        return {};
-    }
-    if (found == '?' || found == ':') {
-        const OPTION* const row = FindOption(optopt);
-        if (row == nullptr) {
-            return UnknownOption(argv);
-        }
-        return found == ':' ? Needs(*row)
-                            : std::string("option '--") + row->name + "' takes no value";
-    }
-    const OPTION& row = *FindOption(found);
-    return row.set(row, optarg == nullptr ? "" : optarg, arguments);
-}
 
 // Whether writing to one name would overwrite what the other one names. A device or a pipe may have
 // both names.
@@ -196,17 +143,19 @@ std::string CheckTogether(const ARGUMENTS& arguments) {
 }  // namespace
 
 std::string ParseChipsimArguments(int argc, char** argv, ARGUMENTS& arguments) {
-    const auto longOptions = LongOptions();
-    optind = 0;  // starts anew, also after an earlier call
-    opterr = 0;
-    int found = 0;
-    while ((found = ::getopt_long(argc, argv, "+:h", longOptions.data(), nullptr)) != -1) {
-        std::string error = TakeOption(found, argv, arguments);
+    CLongOptions options(argc, argv, {std::begin(OPTIONS), std::end(OPTIONS)}, true);
+    for (int found = 0; (found = options.Next()) != CLongOptions::END;) {
+        if (found == CLongOptions::WRONG) {
+            return options.Error();
+        }
+        const OPTION& row = OPTIONS[found];
+        std::string error = row.set(row, options.Value(), arguments);
         if (!error.empty() || arguments.showHelp || arguments.showVersion) {
             return error;
         }
     }
-    arguments.command.assign(argv + optind, argv + argc);
+    const std::span<char*> words = options.Rest();
+    arguments.command.assign(words.begin(), words.end());
     return CheckTogether(arguments);
 }
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string_view>
 
-#include "chipsim/ArgumentNumber.h"
+#include "util/ArgumentNumber.h"
 
 namespace {
 

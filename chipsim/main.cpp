@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "chipsim/ChipsimArguments.h"
-#include "chipsim/IntelHexWriter.h"
 #include "chipsim/SimulatedChip.h"
 #include "chipsim/TerminalCommand.h"
 #include "image/ChipImageByteData.h"
+#include "image/ImageWriters.h"
 #include "transport/LineCapture.h"
 
 namespace {
@@ -138,6 +138,15 @@ int Serve(CSimulatedChip& chip, const CHIPSIM_ARGUMENTS& arguments) {
     return status;
 }
 
+void WriteDump(std::ofstream& dump, const std::vector<CSparseMemory::REGION>& regions) {
+    std::vector<CMemoryPiece> pieces;
+    for (const CSparseMemory::REGION& region : regions) {
+        pieces.push_back({region.address, 0, region.bytes});
+    }
+    WriteHexFile(pieces, HEX_USUAL_RECORD_SIZE, std::nullopt,
+                 [&dump](std::string_view text) { dump << text; });
+}
+
 int Run(const CHIPSIM_ARGUMENTS& arguments) {
     CChipImageByteData image("", "", "");
     if (const std::string error = Read(arguments.loadFile, image); !error.empty()) {
@@ -169,7 +178,7 @@ int Run(const CHIPSIM_ARGUMENTS& arguments) {
     Load(image, chip.Memory());
     const int status = Serve(chip, arguments);
     if (dump.is_open()) {
-        dump << MakeIntelHexText(chip.Memory().WrittenRegions());
+        WriteDump(dump, chip.Memory().WrittenRegions());
     }
     return Finish(records, arguments.recordsFile, Finish(dump, arguments.dumpFile, status));
 }

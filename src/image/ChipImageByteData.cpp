@@ -42,6 +42,7 @@ void CChipImageByteData::Clear() {
     m_Ranges.clear();
     m_FirstAddressLoaded.reset();
     m_LaunchAddress.reset();
+    m_Facts = {};
 }
 
 unsigned int CChipImageByteData::GetTotalByteSize() const {
@@ -150,15 +151,19 @@ std::string CChipImageByteData::LoadFromHexFile(std::FILE* file, const char* fil
     if (clearFirst) {
         Clear();
     }
+    m_Facts = {};
     CIntelHexReader reader;
     std::string error = reader.OpenDataFile(file, fileName);
     if (!error.empty()) {
+        m_Facts.m_nLines = reader.CountLines();
         return error;
     }
 
     const size_t oldCount = m_Ranges.size();
     unsigned int firstAddress = 0;
     error = ReadHexRuns(reader, &firstAddress);
+    m_Facts = {reader.CountLines(), reader.CountDataRecords(), reader.GetLargestRecord(),
+               reader.GetStartAddress()};
     if (!allowOverlap) {
         // An overlap is the earlier error: the reading went on past it.
         std::string overlap = DropFromFirstOverlap(oldCount);
@@ -231,8 +236,7 @@ std::string CChipImageByteData::LoadFromHCDFile(std::FILE* file, const char* fil
     if (file == nullptr) {
         return OpenError("HCD", fileName);
     }
-    unsigned int pendingLaunchAddress = 0;
-    std::string error = ReadHCDRecords(file, mergeAdjacent, &pendingLaunchAddress);
+    std::string error = ReadHCDRecords(file, mergeAdjacent);
     // The first range holds the first address of the file.
     if (!m_Ranges.empty()) {
         SetFirstAddressLoaded(m_Ranges.front().GetBaseAddress());
@@ -241,13 +245,12 @@ std::string CChipImageByteData::LoadFromHCDFile(std::FILE* file, const char* fil
         return error;
     }
     m_szFormat = "HCD";
-    *launchAddress = pendingLaunchAddress;
-    SetLaunchAddress(pendingLaunchAddress);
+    *launchAddress = m_Facts.m_LaunchAddress.value_or(0);
+    SetLaunchAddress(*launchAddress);
     return "";
 }
 
-std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjacent,
-                                               unsigned int* launchAddress) {
+std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjacent) {
     // Collects the data of the last range, so that merging does not copy it for each record.
     std::vector<unsigned char> gathered;
     const auto gatheredSize = [&] { return static_cast<unsigned int>(gathered.size()); };
@@ -265,9 +268,10 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
     std::string error;
     while (ReadNextHCDRecord(file, &address, &size, data, &isLaunch, &error)) {
         if (isLaunch) {
-            *launchAddress = address;
+            m_Facts.m_LaunchAddress = address;
             continue;
         }
+        CountRecord(size);
         if (m_Ranges.empty() || !mergeAdjacent ||
             address != WrappingAdd(m_Ranges.back().GetBaseAddress(), gatheredSize())) {
             closeRange();
@@ -279,14 +283,23 @@ std::string CChipImageByteData::ReadHCDRecords(std::FILE* file, bool mergeAdjace
     return error;
 }
 
+void CChipImageByteData::CountRecord(unsigned int dataSize) {
+    ++m_Facts.m_nRecords;
+    m_Facts.m_nLargestRecord = std::max(m_Facts.m_nLargestRecord, dataSize);
+}
+
 std::string CChipImageByteData::LoadFromNCDFile(const char* fileName, unsigned int* patchSetCount) {
+    return LoadFromNCDFile(OpenFileForReading(fileName).get(), fileName, patchSetCount);
+}
+
+std::string CChipImageByteData::LoadFromNCDFile(std::FILE* file, const char* fileName,
+                                                unsigned int* patchSetCount) {
     *patchSetCount = 0;
     Clear();
-    const CFileHandle file = OpenFileForReading(fileName);
-    if (!file) {
+    if (file == nullptr) {
         return OpenError("NCD", fileName);
     }
-    std::string error = ReadNCDFileHead(file.get(), fileName);
+    std::string error = ReadNCDFileHead(file, fileName);
     if (!error.empty()) {
         return error;
     }
@@ -294,8 +307,9 @@ std::string CChipImageByteData::LoadFromNCDFile(const char* fileName, unsigned i
     unsigned int size = 0;
     unsigned char record[NCD_MAX_RECORD_SIZE];
     bool endsPatchSet = false;
-    while (ReadNextNCDRecord(file.get(), false, &size, record, &endsPatchSet, &error)) {
+    while (ReadNextNCDRecord(file, false, &size, record, &endsPatchSet, &error)) {
         CByteBuffer& range = m_Ranges.emplace_back(record, size, BYTE_BUFFER_OWNED);
+        CountRecord(size);
         if (endsPatchSet) {
             range.SetFlag(1);
             ++*patchSetCount;

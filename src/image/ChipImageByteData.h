@@ -4,10 +4,20 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "util/ByteBuffer.h"
 
 class CIntelHexReader;
+
+// What the last file loaded into an image was made of, also when it failed to load.
+struct CImageFileFacts {
+    unsigned int m_nLines = 0;          // read from an Intel HEX file; the last is the bad one
+    unsigned int m_nRecords = 0;        // that hold data
+    unsigned int m_nLargestRecord = 0;  // bytes of data
+    // Of the last start linear address record or launch record, in a loaded range or not.
+    std::optional<unsigned int> m_LaunchAddress;
+};
 
 // One image to be written into the chip: address ranges in the order added, the launch address, the
 // first address loaded and three labels. Addresses are 32-bit and wrap. Operations that can fail
@@ -39,6 +49,7 @@ public:
     }
     unsigned int GetRangeByteSize(unsigned int i) const { return m_Ranges[i].GetDataByteSize(); }
     void AddRange(const CByteBuffer& range) { m_Ranges.push_back(range); }
+    void AddRange(CByteBuffer&& range) { m_Ranges.push_back(std::move(range)); }
     unsigned int GetTotalByteSize() const;
 
     // The index of the first range in list order that holds the address, else -1.
@@ -56,6 +67,8 @@ public:
     // 0 while not known.
     unsigned int GetLaunchAddress() const { return m_LaunchAddress.value_or(0); }
     unsigned int GetFirstAddressLoaded() const { return m_FirstAddressLoaded.value_or(0); }
+
+    const CImageFileFacts& GetFileFacts() const { return m_Facts; }
 
     std::string ModifyRangeByte(unsigned int rangeIndex, unsigned int offset, unsigned char value);
     std::string ModifySeveralBytes(unsigned int rangeIndex, unsigned int offset,
@@ -75,6 +88,8 @@ public:
                                               bool clearFirst, bool allowOverlap);
     [[nodiscard]] std::string LoadFromHCDFile(std::FILE* file, const char* fileName,
                                               unsigned int* launchAddress, bool mergeAdjacent);
+    [[nodiscard]] std::string LoadFromNCDFile(std::FILE* file, const char* fileName,
+                                              unsigned int* patchSetCount);
 
 private:
     // Overlaps for the first count ranges.
@@ -84,7 +99,8 @@ private:
     // Of the ranges after the first oldCount, removes the first that overlaps an earlier one and
     // all that follow. Returns the error text, empty when none overlaps.
     std::string DropFromFirstOverlap(size_t oldCount);
-    std::string ReadHCDRecords(std::FILE* file, bool mergeAdjacent, unsigned int* launchAddress);
+    std::string ReadHCDRecords(std::FILE* file, bool mergeAdjacent);
+    void CountRecord(unsigned int dataSize);
 
     std::string m_strSourceType;
     std::string m_strName;
@@ -94,4 +110,5 @@ private:
     std::deque<CByteBuffer> m_Ranges;
     std::optional<unsigned int> m_FirstAddressLoaded;
     std::optional<unsigned int> m_LaunchAddress;
+    CImageFileFacts m_Facts;
 };

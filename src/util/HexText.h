@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstring>
 #include <string>
 
 // Bytes as hexadecimal text.
@@ -24,6 +26,19 @@ constexpr int HexDigitValue(int character) {
     }
     const int letter = character | 0x20;
     return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
+}
+
+// Writes two upper-case digits and returns their end. For texts of many bytes.
+inline char* PutHexByte(char* out, unsigned char byte) {
+    static constexpr auto PAIRS = [] {
+        std::array<std::array<char, 2>, 256> pairs{};
+        for (unsigned int i = 0; i < pairs.size(); ++i) {
+            pairs[i] = {"0123456789ABCDEF"[i >> 4], "0123456789ABCDEF"[i & 0xF]};
+        }
+        return pairs;
+    }();
+    std::memcpy(out, PAIRS[byte].data(), 2);
+    return out + 2;
 }
 
 // Appends two upper-case digits.

@@ -15,44 +15,6 @@
 
 namespace {
 
-// Creates a file beside its final place. It removes itself unless it gets there.
-class CTemporaryFile {
-public:
-    explicit CTemporaryFile(const std::string& path) {
-        const std::string folder = path.substr(0, path.rfind('/') + 1);
-        // With O_EXCL, nobody's link leads elsewhere. Leftovers of a crash may have such names.
-        for (int i = 0; i < 100 && !m_File.IsOpen(); ++i) {
-            m_strName = folder + ".hciload." + std::to_string(getpid()) + "." + std::to_string(i);
-            m_File = CFileDescriptor(
-                open(m_strName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-            if (!m_File.IsOpen() && errno != EEXIST) {
-                return;
-            }
-        }
-    }
-    CTemporaryFile(const CTemporaryFile&) = delete;
-    CTemporaryFile& operator=(const CTemporaryFile&) = delete;
-    ~CTemporaryFile() {
-        if (m_File.IsOpen()) {
-            unlink(m_strName.c_str());
-        }
-    }
-
-    const CFileDescriptor& File() const { return m_File; }
-    bool MoveTo(const std::string& path) {
-        // On the disk before the name is: a power failure leaves no empty file.
-        if (fsync(m_File.Get()) != 0 || std::rename(m_strName.c_str(), path.c_str()) != 0) {
-            return false;
-        }
-        m_File.Close();
-        return true;
-    }
-
-private:
-    std::string m_strName;
-    CFileDescriptor m_File;
-};
-
 // Whether a new file may take the place.
 bool IsReplaceable(const std::string& place) {
     struct stat info {};
@@ -74,16 +36,62 @@ std::string ReasonUnless(bool isDone) {
 
 }  // namespace
 
-std::string WriteWholeFile(const std::string& path, std::string_view content) {
-    const std::string place = FollowLinks(path);
-    const std::span bytes(reinterpret_cast<const unsigned char*>(content.data()), content.size());
-    if (IsReplaceable(place)) {
-        CTemporaryFile temporary(place);
-        return ReasonUnless(temporary.File().IsOpen() && temporary.File().WriteAll(bytes) &&
-                            temporary.MoveTo(place));
+std::string CWholeFile::Open(const std::string& path) {
+    m_strPlace = FollowLinks(path);
+    if (!IsReplaceable(m_strPlace)) {
+        m_File = CFileDescriptor(open(m_strPlace.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+        return ReasonUnless(m_File.IsOpen());
     }
-    const CFileDescriptor file(open(place.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-    return ReasonUnless(file.IsOpen() && file.WriteAll(bytes));
+    const std::string start = m_strPlace.substr(0, m_strPlace.rfind('/') + 1) + ".hciload." +
+                              std::to_string(getpid()) + ".";
+    // With O_EXCL, nobody's link leads elsewhere. Leftovers of a crash may have such names.
+    for (int i = 0; i < 100 && !m_File.IsOpen() && (i == 0 || errno == EEXIST); ++i) {
+        m_strTemporary = start + std::to_string(i);
+        m_File = CFileDescriptor(
+            open(m_strTemporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    }
+    struct stat old {};
+    if (m_File.IsOpen() && stat(m_strPlace.c_str(), &old) == 0) {
+        fchmod(m_File.Get(), old.st_mode & 07777);
+    }
+    return ReasonUnless(m_File.IsOpen());
+}
+
+void CWholeFile::Write(std::string_view content) {
+    const std::span bytes(reinterpret_cast<const unsigned char*>(content.data()), content.size());
+    if (m_nWriteError == 0 && !m_File.WriteAll(bytes)) {
+        m_nWriteError = errno;
+    }
+}
+
+std::string CWholeFile::PutInPlace(bool isDurable) {
+    errno = m_nWriteError;
+    const bool isWritten = m_nWriteError == 0;
+    if (m_strTemporary.empty() || !isWritten) {
+        return ReasonUnless(isWritten);
+    }
+    const bool isInPlace = (!isDurable || fsync(m_File.Get()) == 0) &&
+                           std::rename(m_strTemporary.c_str(), m_strPlace.c_str()) == 0;
+    if (isInPlace) {
+        m_File.Close();
+    }
+    return ReasonUnless(isInPlace);
+}
+
+void CWholeFile::RemoveTemporary() {
+    if (m_File.IsOpen() && !m_strTemporary.empty()) {
+        unlink(m_strTemporary.c_str());
+    }
+}
+
+std::string WriteWholeFile(const std::string& path, std::string_view content) {
+    CWholeFile file;
+    std::string reason = file.Open(path);
+    if (reason.empty()) {
+        file.Write(content);
+        reason = file.PutInPlace(true);
+    }
+    return reason;
 }
 
 std::string MakeRoomForWholeFile(const std::string& path) {
@@ -94,6 +102,7 @@ std::string MakeRoomForWholeFile(const std::string& path) {
         // A pipe is not opened: that would wait for its reader.
         return isFolder ? std::strerror(EISDIR) : ReasonUnless(access(place.c_str(), W_OK) == 0);
     }
-    const CTemporaryFile trial(place);
-    return ReasonUnless(trial.File().IsOpen() && (unlink(place.c_str()) == 0 || errno == ENOENT));
+    CWholeFile trial;
+    std::string reason = trial.Open(path);
+    return reason.empty() ? ReasonUnless(unlink(place.c_str()) == 0 || errno == ENOENT) : reason;
 }

@@ -5,10 +5,10 @@
 
 #include "chipsim/ChipEngine.h"
 #include "chipsim/ChipsimArguments.h"
-#include "chipsim/IntelHexWriter.h"
 #include "support/CaseFile.h"
 #include "support/CommandLine.h"
 #include "support/HexBytes.h"
+#include "support/SampleImages.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -63,7 +63,7 @@ public:
     const std::string& Finish() {
         EXPECT_FALSE(m_Chip.IsMidPacket());
         if (!m_Arguments.dumpFile.empty()) {
-            m_strText += MakeIntelHexText(m_Chip.Memory().WrittenRegions());
+            m_strText += IntelHexText(m_Chip.Memory().WrittenRegions());
         }
         return m_strText;
     }

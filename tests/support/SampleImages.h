@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "chipsim/SparseMemory.h"
 #include "support/HexBytes.h"
 #include "support/HexRecord.h"
 
@@ -21,7 +22,14 @@ inline Bytes SampleBytes(unsigned int count, unsigned int seed) {
 }
 
 inline std::string IntelHexText(const std::vector<CSampleRange>& ranges) {
-    return MakeIntelHexText(ranges);
+    std::vector<CMemoryPiece> pieces;
+    for (const CSampleRange& range : ranges) {
+        pieces.push_back({range.address, 0, range.bytes});
+    }
+    std::string text;
+    WriteHexFile(pieces, HEX_USUAL_RECORD_SIZE, std::nullopt,
+                 [&text](std::string_view block) { text += block; });
+    return text;
 }
 
 inline std::string HcdRecord(char opcode, unsigned int address, const Bytes& data) {

@@ -50,6 +50,9 @@ void CIntelHexReader::CloseDataFile() {
 void CIntelHexReader::ResetPosition() {
     m_nBaseAddress = 0;
     m_nLineNumber = 0;
+    m_nDataRecords = 0;
+    m_nLargestRecord = 0;
+    m_StartAddress.reset();
 }
 
 std::string CIntelHexReader::TryFirstLines() {
@@ -119,6 +122,7 @@ bool CIntelHexReader::ReadFast(unsigned int* address, unsigned char* bytes, unsi
         if (more != 0) {
             m_Source.Skip(more * record.textSize);
             m_nLineNumber += more;
+            m_nDataRecords += more;
             *count += more * record.count;
         }
     }
@@ -186,6 +190,8 @@ void CIntelHexReader::TakeRecord(unsigned int type, unsigned int loadAddress,
     switch (type) {
         case INTEL_HEX_DATA:
             *address = WrappingAdd(m_nBaseAddress, loadAddress);
+            ++m_nDataRecords;
+            m_nLargestRecord = std::max(m_nLargestRecord, static_cast<unsigned int>(data.size()));
             break;
         case INTEL_HEX_EXTENDED_LINEAR_ADDRESS:
             m_nBaseAddress = byteAt(0) << 24 | byteAt(1) << 16;
@@ -197,6 +203,7 @@ void CIntelHexReader::TakeRecord(unsigned int type, unsigned int loadAddress,
             // Other tools take this record for the entry point only, but images for these chips
             // count the data records that follow from it.
             m_nBaseAddress = byteAt(0) << 24 | byteAt(1) << 16 | byteAt(2) << 8 | byteAt(3);
+            m_StartAddress = m_nBaseAddress;
             break;
         default:
             break;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -43,6 +44,13 @@ public:
 
     void CloseDataFile();
 
+    // What was read so far.
+    unsigned int CountLines() const { return m_nLineNumber; }
+    unsigned int CountDataRecords() const { return m_nDataRecords; }
+    unsigned int GetLargestRecord() const { return m_nLargestRecord; }  // data bytes
+    // Of the last start linear address record.
+    std::optional<unsigned int> GetStartAddress() const { return m_StartAddress; }
+
 private:
     void ResetPosition();
     std::string TryFirstLines();
@@ -55,6 +63,9 @@ private:
 
     unsigned int m_nBaseAddress = 0;  // as the last address record set it
     unsigned int m_nLineNumber = 0;
+    unsigned int m_nDataRecords = 0;
+    unsigned int m_nLargestRecord = 0;
+    std::optional<unsigned int> m_StartAddress;
     CFileHandle m_OwnFile;
     CHexTextSource m_Source;
 };

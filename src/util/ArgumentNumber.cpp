@@ -1,4 +1,4 @@
-#include "chipsim/ArgumentNumber.h"
+#include "util/ArgumentNumber.h"
 
 #include <charconv>
 
