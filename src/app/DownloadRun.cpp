@@ -4,9 +4,10 @@
 #include <vector>
 
 #include "app/Hints.h"
+#include "app/StatusLine.h"
 #include "download/ChipDownloader.h"
 #include "os/OSTime.h"
-#include "os/Terminal.h"
+#include "transport/SerialConnector.h"
 #include "util/FormatText.h"
 #include "util/Wrap32.h"
 
@@ -45,12 +46,13 @@ std::string ProgressText(const CChipDownloader& downloader, DownloadStates state
 
 // One poll; returns the state that it saw. The state is read before the details, so that none can
 // follow a final state.
-DownloadStates PollAndPrint(CChipDownloader& downloader) {
+DownloadStates PollAndPrint(CChipDownloader& downloader, CStatusLine& status) {
     const CLockGuard access(downloader.AccessLock());
     const DownloadStates state = downloader.GetStatus(nullptr, nullptr, nullptr, nullptr);
     const std::string progress = ProgressText(downloader, state);
     std::vector<std::string> details;
     downloader.GetAllRecentDetails(details);
+    CTerminal::EraseStatusLine();
     const CTerminal terminal(stdout);
     for (const std::string& detail : details) {
         std::printf("%s\n", terminal.Shown(detail).c_str());
@@ -59,12 +61,30 @@ DownloadStates PollAndPrint(CChipDownloader& downloader) {
                 CChipDownloader::GetStateName(state).c_str());
     // A reader of a pipe gets the line when it is due.
     std::fflush(stdout);
+    status.Draw(downloader, state);
     return state;
 }
 
 bool LoadsAnything(CChipDownloader& downloader) {
     const CChipImageLoadingInformation& info = *downloader.DownloadInfo();
     return info.IsVintorMode() || info.GetCustomDownloader() != nullptr;
+}
+
+// Returns the final state.
+DownloadStates PollUntilDone(CChipDownloader& downloader) {
+    const CCommunicationParameters* const line =
+        downloader.SerialConnector()->GetConnectionParameters();
+    CStatusLine status(line == nullptr ? "" : line->GetPortId());
+    PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
+    DownloadStates state = PollAndPrint(downloader, status);
+    if (state == DOWNLOAD_INITIALIZED && !LoadsAnything(downloader)) {
+        ShowHint(HINT_NOTHING_TO_LOAD);
+    }
+    while (!IsFinalState(state)) {
+        PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
+        state = PollAndPrint(downloader, status);
+    }
+    return state;
 }
 
 void PrintFilledAreas(CChipDownloader& downloader) {
@@ -101,15 +121,7 @@ std::string PerformDownload(CChipImageLoadingInformation& info, CSerialConnector
     if (error.empty()) {
         // A thread that does not start shows up as the error of the first poll.
         downloader.StartDownload(nullptr);
-        PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
-        DownloadStates state = PollAndPrint(downloader);
-        if (state == DOWNLOAD_INITIALIZED && !LoadsAnything(downloader)) {
-            ShowHint(HINT_NOTHING_TO_LOAD);
-        }
-        while (!IsFinalState(state)) {
-            PutThreadToSleep(PROGRESS_REPORT_INTERVAL_MS);
-            state = PollAndPrint(downloader);
-        }
+        const DownloadStates state = PollUntilDone(downloader);
         if (state == DOWNLOAD_TERMINATED_WITH_ERROR) {
             error = downloader.GetErrorDescription();
         }

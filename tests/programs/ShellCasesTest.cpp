@@ -9,8 +9,8 @@
 #include "support/SideBySide.h"
 
 // Runs shell lines from files and compares what they print: the programs as their users meet them.
-// The programs of the build are in the PATH, $EXAMPLES is the folder of the samples and $LARGE an
-// Intel HEX file of 250,000 bytes.
+// The programs of the build and on-terminal are in the PATH, $EXAMPLES is the folder of the samples
+// and $LARGE an Intel HEX file of 250,000 bytes.
 //
 //   + FILE     a file in the folder of the case, made of the | and x lines that follow
 //   | TEXT     a line of that file
@@ -95,7 +95,8 @@ TEST(ShellCases, PrintWhatTheyMust) {
     const std::string large = IntelHexText({{0x00500000, SampleBytes(250'000, 1)}});
     ::setenv("LARGE", folder.Write("large.hex", large).c_str(), 1);
     ::setenv("EXAMPLES", EXAMPLES_FOLDER, 1);
-    ::setenv("PATH", (std::string(PROGRAMS_FOLDER ":") + ::getenv("PATH")).c_str(), 1);
+    ::setenv("PATH", (std::string(PROGRAMS_FOLDER ":" CASES_FOLDER ":") + ::getenv("PATH")).c_str(),
+             1);
     std::vector<FILE_CASE> cases;
     for (const auto& file : std::filesystem::directory_iterator(CASES_FOLDER)) {
         if (file.path().extension() == ".txt" && file.path().filename() != "CMakeLists.txt") {
