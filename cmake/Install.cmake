@@ -28,9 +28,9 @@ endforeach()
 
 install(FILES packaging/70-hciload.rules DESTINATION lib/udev/rules.d)
 
-# The pages for users. README, ARCHITECTURE and the page on performance are about the source tree.
+# The pages for users. README, ARCHITECTURE and the pages on performance and drivers are about the source tree.
 file(GLOB HCILOAD_DOCS CONFIGURE_DEPENDS docs/*.md)
-list(REMOVE_ITEM HCILOAD_DOCS ${PROJECT_SOURCE_DIR}/docs/performance.md)
+list(REMOVE_ITEM HCILOAD_DOCS ${PROJECT_SOURCE_DIR}/docs/performance.md ${PROJECT_SOURCE_DIR}/docs/drivers.md)
 install(FILES ${HCILOAD_DOCS} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)

@@ -79,6 +79,16 @@ install_clang() {
     fi
 }
 
+# configure_release: configures the release build, with the tests if their library is installed: only
+# scripts/test installs it.
+configure_release() {
+    tests=ON
+    if ! has_header gtest/gtest.h; then
+        tests=OFF
+    fi
+    cmake --preset release -DBUILD_TESTING=$tests
+}
+
 # job_count: the number of jobs to run in parallel.
 job_count() {
     nproc 2>/dev/null || echo 2
