@@ -51,17 +51,17 @@ CJsonText Hex(unsigned int value) {
 
 std::optional<unsigned int> FileCRC(const std::string& path) {
     const CFileHandle file = OpenFileForReading(path.c_str());
-    unsigned char bytes[65536];
+    if (!file) {
+        return std::nullopt;
+    }
     unsigned int value = INITIAL_CRC_VALUE;
-    while (file) {
-        const std::size_t count = std::fread(bytes, 1, sizeof bytes, file.get());
-        if (count == 0) {
-            return std::ferror(file.get()) == 0 ? std::optional(final_update_crc(value, nullptr, 0))
-                                                : std::nullopt;
-        }
+    unsigned char bytes[65536];
+    std::size_t count = 0;
+    while ((count = std::fread(bytes, 1, sizeof bytes, file.get())) > 0) {
         value = update_crc(value, bytes, static_cast<unsigned int>(count));
     }
-    return std::nullopt;
+    return std::ferror(file.get()) == 0 ? std::optional(final_update_crc(value, nullptr, 0))
+                                        : std::nullopt;
 }
 
 CJsonText Mode(const CRequest& request) {
@@ -163,10 +163,16 @@ void CRunReport::AreaDone(const CByteBuffer& area) {
     if (found == m_AreaOf.end()) {
         return;
     }
-    CArea& done = *found->second;
-    (m_Phase == PHASE_CHECK    ? done.m_bChecked
-     : m_Phase == PHASE_VERIFY ? done.m_bReadBack
-                               : done.m_bWritten) = true;
+    switch (m_Phase) {
+        case PHASE_CHECK:
+            found->second->m_bChecked = true;
+            break;
+        case PHASE_VERIFY:
+            found->second->m_bReadBack = true;
+            break;
+        default:
+            found->second->m_bWritten = true;
+    }
 }
 
 CRunReport::Duration CRunReport::TimeOfPhases() const {

@@ -95,6 +95,7 @@ CJsonText CJsonText::Object(std::initializer_list<CMember> members) {
 
 CJsonText CJsonText::Array(const std::vector<CJsonText>& values) {
     std::vector<std::string> items;
+    items.reserve(values.size());
     for (const CJsonText& value : values) {
         items.push_back(value.m_strText);
     }
