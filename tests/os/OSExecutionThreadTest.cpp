@@ -124,7 +124,7 @@ TEST(OSExecutionThread, OutlivesItsObjectAndLeavesNothingBehind) {
     EXPECT_TRUE(ComesTrue([&] { return CountThreads() == others; }));
     EXPECT_EQ(g_nEnded, 20);
     g_bGo = false;
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 30; ++i) {
         COSExecutionThread thread(waitForGo, nullptr);
         ASSERT_EQ(thread.RunThread(), 0);
         thread.TerminateThread();

@@ -172,9 +172,10 @@ unsigned int DecodeFollowingRecordsFast(const char* text, std::size_t available,
     for (; taken < limit; ++taken, out += count) {
         text += first.textSize;
         available -= first.textSize;
+        // Past 0xFFFF it is equal to none that a record can name.
         const unsigned int address = first.address + (taken + 1) * count;
-        if (available < first.textSize || address > 0xFFFF ||
-            std::memcmp(text, firstText, 3) != 0 || text[7] != '0' || text[8] != '0') {
+        if (available < first.textSize || std::memcmp(text, firstText, 3) != 0 || text[7] != '0' ||
+            text[8] != '0') {
             break;
         }
         const unsigned int high = Pair(text + 3);

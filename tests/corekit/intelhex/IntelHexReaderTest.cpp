@@ -82,7 +82,7 @@ TEST(IntelHexReader, TellsWhatIsReadAndWhatIsRefused) {
          first + bad + "Unexpected starting character: junk, not a record"},
         // A line ends for the reader where a NUL stands, and so does what an error shows of it.
         {ONE + TWO.substr(0, 13) + "\0zzz\n"s, both},
-        {ONE + "abc\0def\n"s + TWO, first + bad + "Line too short: abc"},
+        {ONE + "abc \0def\n"s + TWO, first + bad + "Line too short: abc"},
         // White space is stripped at the end of a line, not at its start.
         {ONE + "\t" + TWO, first + bad + "Unexpected starting character: \t" + TWO.substr(0, 13)},
         // A byte-order mark is no start of a line, and a carriage return alone no end of one.
