@@ -59,7 +59,7 @@ std::string Describe(const CRequest& request) {
 }
 
 // The same request, from the outputs of ProcessArgsAndPrepare.
-CRequest RequestFromOutputs(CCommandLine& commandLine, BooleanOptions checkCRC = OPTION_UNSET) {
+CRequest RequestFromOutputs(CCommandLine& commandLine, BooleanOptions checkCRC) {
     CRequest request;
     request.m_strTransportParameters = request.m_strVnpFileName = "old";
     request.m_bVintorMode = true;
@@ -94,37 +94,50 @@ struct CArguments : testing::Test {
     CTempDir m_Folder;
 };
 
+// The arguments lead to the error or the description. The first call, without any, learns the
+// usage.
+void Check(const std::string& words, const std::string& expectedError, const std::string& expected,
+           std::string& usage) {
+    SCOPED_TRACE(words);
+    CCommandLine commandLine(words);
+    g_bRecordDownloadTimeInFile = false;
+    CRequest request;
+    testing::internal::CaptureStderr();
+    const std::string error = ReadRequest(commandLine.Count(), commandLine.Words(), request);
+    const std::string printed = testing::internal::GetCapturedStderr();
+    usage = usage.empty() ? printed : usage;
+    EXPECT_EQ(error, expectedError);
+    const bool printsNothing = error.empty() && commandLine.Count() > 1;
+    const std::string before = error.empty() ? "" : "ERROR! " + error + "\n\n\n";
+    EXPECT_EQ(printed, printsNothing ? "" : before + usage);
+    testing::internal::CaptureStderr();
+    CRequest same = RequestFromOutputs(commandLine, OPTION_UNSET);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), printed);
+    if (printsNothing) {
+        EXPECT_EQ(Describe(request), expected);
+        same.m_strCaptureFile = request.m_strCaptureFile;
+        same.m_strReportFile = request.m_strReportFile;
+        EXPECT_EQ(Describe(same), expected);
+        EXPECT_EQ(RequestFromOutputs(commandLine, OPTION_ON).m_CheckCRC, OPTION_ON);
+    }
+}
+
 TEST_F(CArguments, AreReadAsTheCasesSay) {
     std::string usage;
-    for (const FILE_CASE& testCase : ReadCases(HCILOAD_TEST_DATA "/arguments.txt")) {
-        SCOPED_TRACE(testCase.name);
-        CCommandLine commandLine(testCase.Text("$"));
-        g_bRecordDownloadTimeInFile = false;
-        CRequest request;
-        testing::internal::CaptureStderr();
-        const std::string error = ReadRequest(commandLine.Count(), commandLine.Words(), request);
-        const std::string printed = testing::internal::GetCapturedStderr();
-        usage = usage.empty() ? printed : usage;
-        EXPECT_EQ(error.empty() ? "" : error + "\n", testCase.Text("!"));
-        const bool printsNothing = error.empty() && commandLine.Count() > 1;
-        const std::string before = error.empty() ? "" : "ERROR! " + error + "\n\n\n";
-        EXPECT_EQ(printed, printsNothing ? "" : before + usage);
-        testing::internal::CaptureStderr();
-        CRequest same = RequestFromOutputs(commandLine);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), printed);
-        if (error.empty()) {
-            EXPECT_EQ(Describe(request), testCase.Text(">"));
-            same.m_strCaptureFile = request.m_strCaptureFile;
-            same.m_strReportFile = request.m_strReportFile;
-            EXPECT_EQ(Describe(same), testCase.Text(">"));
-            if (commandLine.Count() > 1) {
-                EXPECT_EQ(RequestFromOutputs(commandLine, OPTION_ON).m_CheckCRC, OPTION_ON);
-            }
-        }
-    }
+    Check("", "", "", usage);
     // Scripts show this text and search it: when it changes, that is meant.
     EXPECT_EQ(crc(reinterpret_cast<const unsigned char*>(usage.data()), 4137), 4239662940U);
     EXPECT_EQ(usage.size(), 4137U);
+    for (const FILE_CASE& testCase : ReadCases(HCILOAD_TEST_DATA "/arguments.txt")) {
+        SCOPED_TRACE(testCase.name);
+        for (const auto& [mark, text] : testCase.lines) {
+            if (mark == '$') {
+                Check(text, "", testCase.Text(">"), usage);
+            } else if (mark == 'e') {
+                Check(Split(text, " => ")[0], Split(text, " => ").at(1), "", usage);
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -31,8 +31,8 @@ CRunResult RunDownload(CDownloadSetup& setup, CSerialConnector* connector, Perfo
 
 CDownloadRequest CodeAndData(std::map<std::string, std::string> rules) {
     CDownloadRequest request;
-    request.m_Firmwares = {IntelHexText({{0x200000, SampleBytes(16, 1)}})};
-    request.m_Configs = {IntelHexText({{0xFFFFFFFEU, {0xA5, 0x5A}}})};
+    request.m_strFirmware = IntelHexText({{0x200000, SampleBytes(16, 1)}});
+    request.m_strConfig = IntelHexText({{0xFFFFFFFEU, {0xA5, 0x5A}}});
     request.m_Rules = std::move(rules);
     return request;
 }

@@ -44,22 +44,22 @@ void ReadLine(char mark, const std::string& text, CDownloadRequest& request) {
     } else if (mark == 'm') {
         request.m_strMinidriver = TextFromHex(text);
     } else if (mark == 'w') {
-        request.m_Firmwares = {IntelHexText({{0x200000, Bytes(std::stoul(text), 0x5A)}})};
+        request.m_strFirmware = IntelHexText({{0x200000, Bytes(std::stoul(text), 0x5A)}});
     } else if (mark == 'p') {
         const std::vector<std::string> parts = Split(text, ":");
         request.m_bVintorMode = false;
-        request.m_Firmwares.clear();
-        request.m_Configs.clear();
+        request.m_strFirmware.clear();
+        request.m_strConfig.clear();
         if (parts.size() > 1) {
-            request.m_Configs = {"version\x01PATCHSET" + TextFromHex(parts[1])};
+            request.m_strConfig = "version\x01PATCHSET" + TextFromHex(parts[1]);
         }
     }
 }
 
 CDownloadRequest MakeRequest(const FILE_CASE& fileCase) {
     CDownloadRequest request;
-    request.m_Firmwares = {IntelHexText({{0x200000, {1, 2, 3, 4, 5}}})};
-    request.m_Configs = {HcdFile({{0x400, {6, 7, 8}}}, 0x12345678)};
+    request.m_strFirmware = IntelHexText({{0x200000, {1, 2, 3, 4, 5}}});
+    request.m_strConfig = HcdFile({{0x400, {6, 7, 8}}}, 0x12345678);
     request.m_pfnOverride = [](Info& info) { info.SetFlagIssueDownloadMinidriverCommand(false); };
     for (const auto& [mark, text] : fileCase.lines) {
         ReadLine(mark, text, request);

@@ -31,18 +31,16 @@ protected:
     std::unique_ptr<CDownloadRecord> m_Record = std::make_unique<CDownloadRecord>();
 };
 
-TEST_F(DownloadRecord, NamesItsStates) {
-    std::string names;
-    for (int state = -1; state <= 13; ++state) {
-        names += CDownloadRecord::GetStateName(static_cast<DownloadStates>(state)) + ", ";
+// The others are part of what runs print.
+TEST_F(DownloadRecord, NamesStatesThatNoRunShows) {
+    const std::pair<int, const char*> cases[] = {{-1, " INVALID STATE -1"},
+                                                 {0, "Uninitialized"},
+                                                 {2, "Executing -- loading minidriver"},
+                                                 {7, "Executing -- ready to verify code or data"},
+                                                 {13, " INVALID STATE 13"}};
+    for (const auto& [state, name] : cases) {
+        EXPECT_EQ(CDownloadRecord::GetStateName(static_cast<DownloadStates>(state)), name);
     }
-    EXPECT_EQ(names,
-              " INVALID STATE -1, Uninitialized, Initialized, Executing -- loading minidriver, "
-              "Executing -- erasing chip, Executing -- ready to download code or data, "
-              "Executing -- loading code, Executing -- loading data, "
-              "Executing -- ready to verify code or data, Executing -- verifying code, "
-              "Executing -- verifying data, Completed successfully, Terminated with error, "
-              "Canceled,  INVALID STATE 13, ");
 }
 
 TEST_F(DownloadRecord, CountsBytesAgainstTheTotals) {
@@ -123,37 +121,31 @@ TEST_F(DownloadRecord, CutsLongDetailsInTheLogOnly) {
     EXPECT_EQ(NewLogLines().size(), STAMP + 1 + 3000 + 1);
 }
 
-Texts g_Heard;  // by the callback, which is a plain function
+std::string g_strHeard;  // by the callback, which is a plain function
 
 unsigned int Hear(unsigned int downloaded, unsigned int verified, DownloadStates state,
                   const char* text) {
-    g_Heard.push_back(FormatText("%u %u %d %s", downloaded, verified, static_cast<int>(state),
-                                 text == nullptr ? "(null)" : text));
+    g_strHeard += FormatText("%u %u %d %s; ", downloaded, verified, static_cast<int>(state),
+                             text == nullptr ? "(null)" : text);
     return 77;
 }
 
 TEST_F(DownloadRecord, TheCallbackHearsOfDetailsOnlyWithALog) {
-    for (const std::string& logName : {std::string(), m_strLog}) {
-        CDownloadRecord record;
-        EXPECT_EQ(record.ReportProgress("nobody listens"), 0U);
-        record.SetProgressCallback(Hear);
-        record.BeginPreparation(logName.c_str());
-        record.EndPreparation(1, 1);
-        record.IncrementDownloadByteCounter(true, 10);
-        record.IncrementDownloadByteCounter(false, 1);
-        record.IncrementVerifyByteCounter(true, 2);
-        record.IncrementVerifyByteCounter(false, 3);
-        record.SetState(DOWNLOAD_LOADING_CODE);
-        record.AddLogText("for the log only");
-        record.SetStatusDetails("detail");
-        EXPECT_EQ(record.ReportProgress("by hand"), 77U);
-        record.SetError("broken");
-        Texts expected = {"11 5 5 (null)", "11 5 5 detail", "11 5 5 by hand", "11 5 11 broken"};
-        if (logName.empty()) {
-            expected.erase(expected.begin() + 1);
-        }
-        EXPECT_EQ(std::exchange(g_Heard, {}), expected);
-    }
+    EXPECT_EQ(m_Record->ReportProgress("nobody listens"), 0U);
+    m_Record->SetProgressCallback(Hear);
+    m_Record->EndPreparation(1, 1);
+    m_Record->IncrementDownloadByteCounter(true, 10);
+    m_Record->IncrementDownloadByteCounter(false, 1);
+    m_Record->IncrementVerifyByteCounter(true, 2);
+    m_Record->IncrementVerifyByteCounter(false, 3);
+    m_Record->SetState(DOWNLOAD_LOADING_CODE);
+    m_Record->SetStatusDetails("unheard");
+    m_Record->BeginPreparation(m_strLog.c_str());
+    m_Record->AddLogText("for the log only");
+    m_Record->SetStatusDetails("detail");
+    EXPECT_EQ(m_Record->ReportProgress("by hand"), 77U);
+    m_Record->SetError("broken");
+    EXPECT_EQ(g_strHeard, "11 5 5 (null); 11 5 5 detail; 11 5 5 by hand; 11 5 11 broken; ");
 }
 
 TEST_F(DownloadRecord, TheFirstFinalStateStandsUntilTheNextPreparation) {

@@ -143,7 +143,7 @@ TEST(HciExchange, DrainsAtOnceOrUntilTheLineIsSilent) {
 // The chip holds the right bytes. What comes too late for the first drain must not pass for them.
 TEST(HciExchange, ReadingBackWaitsForASilentLine) {
     CDownloadRequest request;
-    request.m_Firmwares = {IntelHexText({{0x200000, {1, 2, 3, 4, 5}}})};
+    request.m_strFirmware = IntelHexText({{0x200000, {1, 2, 3, 4, 5}}});
     CDownloadSetup setup(request);
     ASSERT_EQ(setup.Prepare(), "");
     const CFakeClock clock(Arriving(setup.Chip(), "15 55 AA, 35 55 AA"));

@@ -10,17 +10,12 @@ namespace {
 
 TEST(HciTrace, ShowsBytesOnOneLineCutInTheMiddle) {
     const Bytes bytes = FromHex("01 02 03 04 A0 0F");
-    const struct {
-        unsigned int m_nMaxShown;
-        const char* m_szExpected;
-    } cases[] = {
-        {6, "x  (6 bytes): 01 02 03 04 A0 0F"},
-        {5, "x  (6 bytes): 01 02 ...  A0 0F"},
-        {1, "x  (6 bytes): ... "},
+    const auto show = [&](unsigned int most) {
+        return ShowBytesString("x ", bytes.data(), 6, most);
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(ShowBytesString("x ", bytes.data(), 6, c.m_nMaxShown), c.m_szExpected);
-    }
+    EXPECT_EQ(show(6), "x  (6 bytes): 01 02 03 04 A0 0F");
+    EXPECT_EQ(show(5), "x  (6 bytes): 01 02 ...  A0 0F");
+    EXPECT_EQ(show(1), "x  (6 bytes): ... ");
     char text[] = "#######";
     char* cursor = text;
     AppendSpaceAndHexByte(&cursor, 0xA0);

@@ -36,8 +36,8 @@ TEST(VintorDownload, APassNeedsItsStateAndItsImage) {
 CDownloadRequest WholeDownload() {
     CDownloadRequest request;
     request.m_strMinidriver = IntelHexText({{0x100, {9, 10, 11}}});
-    request.m_Firmwares = {IntelHexText({{0x200000, {1, 2, 3, 4}}, {0x300000, {5}}})};
-    request.m_Configs = {HcdFile({{0x400, {6, 7, 8}}}, 0x12345678)};
+    request.m_strFirmware = IntelHexText({{0x200000, {1, 2, 3, 4}}, {0x300000, {5}}});
+    request.m_strConfig = HcdFile({{0x400, {6, 7, 8}}}, 0x12345678);
     request.m_Rules = {{"DLConfigTargeting", "flash"},
                        {"DLSectorEraseMode", "chip erase"},
                        {"DLWriteVerifyMode", "write verify"},

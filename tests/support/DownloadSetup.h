@@ -12,8 +12,8 @@
 // What a test asks for. Files are given by their content; an empty one is not named at all.
 struct CDownloadRequest {
     std::string m_strMinidriver;
-    std::vector<std::string> m_Firmwares;
-    std::vector<std::string> m_Configs;
+    std::string m_strFirmware;
+    std::string m_strConfig;
     std::map<std::string, std::string> m_Rules;  // without any, there is no rule set
     std::function<void(CChipImageLoadingInformation&)> m_pfnOverride;
     bool m_bLog = false;
@@ -29,13 +29,11 @@ public:
             descriptor.AddMinidriverFileName(
                 m_Folder.Write("minidriver.img", request.m_strMinidriver));
         }
-        for (const std::string& content : request.m_Firmwares) {
-            descriptor.AddFirmwareFileName(m_Folder.Write(
-                "firmware" + std::to_string(descriptor.CountFirmwareFiles()) + ".img", content));
+        if (!request.m_strFirmware.empty()) {
+            descriptor.AddFirmwareFileName(m_Folder.Write("firmware.img", request.m_strFirmware));
         }
-        for (const std::string& content : request.m_Configs) {
-            descriptor.AddConfigDataFileName(m_Folder.Write(
-                "config" + std::to_string(descriptor.CountConfigDataFiles()) + ".img", content));
+        if (!request.m_strConfig.empty()) {
+            descriptor.AddConfigDataFileName(m_Folder.Write("config.img", request.m_strConfig));
         }
         if (!request.m_Rules.empty()) {
             CDownloadRulesSet rules("");
@@ -59,7 +57,6 @@ public:
     CFakeChip& Chip() { return m_Chip; }
     CChipImageLoadingInformation& Info() { return *m_pInfo; }
     std::string PathOf(const std::string& name) const { return m_Folder.PathOf(name); }
-    std::string LogText() const { return m_Folder.Read("log.txt"); }
 
     // Made with the first use.
     CChipDownloader& Downloader() {
@@ -91,16 +88,3 @@ private:
     std::unique_ptr<CChipImageLoadingInformation> m_pInfo;
     std::unique_ptr<CChipDownloader> m_pDownloader;
 };
-
-// "00200000+5 CODE" for each filled area, so that a difference can be read.
-inline std::vector<std::string> AreasOf(CChipDownloader& downloader) {
-    const CLockGuard access(downloader.AccessLock());
-    std::vector<std::string> areas;
-    for (const COMPLETED_SECTION_INFO& area : *downloader.GetCompletedMemSegmentList()) {
-        char text[64];
-        std::snprintf(text, sizeof text, "%08X+%u %s", area.m_nStartAddress, area.m_nByteCount,
-                      area.m_bIsCode ? "CODE" : "DATA");
-        areas.emplace_back(text);
-    }
-    return areas;
-}

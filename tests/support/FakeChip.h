@@ -38,7 +38,6 @@ public:
     std::function<void()> m_pfnFrameSent;  // called for each frame, before its answer
 
     std::vector<std::string> m_Sent;  // hexadecimal, one text for each transmission
-    unsigned int m_nReads = 0;
 
     CSparseMemory& Memory() { return m_Engine.Memory(); }
 
@@ -84,7 +83,6 @@ public:
 
     std::string ReadReceivedBytes(unsigned char* buf, unsigned int maxBytes,
                                   unsigned int* gotBytes) override {
-        ++m_nReads;
         if (m_Received.empty()) {
             *gotBytes = m_strReadError.empty() ? 0 : 0xFFFFFFFFU;
             return m_strReadError;

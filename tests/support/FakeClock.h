@@ -31,7 +31,6 @@ public:
         {
             const std::lock_guard<std::mutex> held(m_Mutex);
             m_Elapsed += std::chrono::seconds(length.tv_sec) + Duration(length.tv_nsec);
-            ++m_nSleeps;
             elapsed = m_Elapsed;
         }
         if (m_Hook) {
@@ -46,15 +45,10 @@ public:
         const std::lock_guard<std::mutex> held(m_Mutex);
         return m_Elapsed;
     }
-    unsigned int GetSleepCount() const {
-        const std::lock_guard<std::mutex> held(m_Mutex);
-        return m_nSleeps;
-    }
 
 private:
     const SleepHook m_Hook;
     mutable std::mutex m_Mutex;
     Duration m_Elapsed{0};
-    unsigned int m_nSleeps = 0;
     CClockScope m_InUse;
 };
