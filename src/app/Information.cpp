@@ -33,6 +33,7 @@ What to do; these override the rules:
 What to keep of the run:
   -LOGTO FILE           log of all steps
   -CAPTURETO FILE       every packet with its time, for Wireshark
+  -REPORTTO FILE        report of the run as JSON
   -RECORDDLTIME         append the times to ./DLTIMES.TXT
 
 Alone:
