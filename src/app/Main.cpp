@@ -57,7 +57,7 @@ std::string Prepare(int argc, char** argv, CRequest& request, CLineCapture& capt
 
 // Both return the exit status.
 int Print(const std::string& text) {
-    std::fputs(text.c_str(), stdout);
+    std::fputs(CTerminal(stdout).Shown(text).c_str(), stdout);
     return std::fflush(stdout) == 0 ? 0 : EXIT_STATUSES[FAILED_COMMAND_LINE];
 }
 

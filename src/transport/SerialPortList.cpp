@@ -35,17 +35,18 @@ std::string LinkTarget(const fs::path& link) {
     return fs::read_symlink(link, ignored).string();
 }
 
-std::string FirstWordIn(const fs::path& file) {
-    std::string word;
-    std::ifstream(file) >> word;
-    return word;
+std::string LineIn(const fs::path& file) {
+    std::ifstream in(file);
+    std::string line;
+    std::getline(in, line);
+    return line;
 }
 
 // Consoles have no device. A kernel lists more ports of the PC kind than there are, those with type
 // 0 (unknown).
 bool IsPort(const fs::path& sysEntry) {
     std::error_code ignored;
-    return fs::exists(sysEntry / "device", ignored) && FirstWordIn(sysEntry / "type") != "0";
+    return fs::exists(sysEntry / "device", ignored) && LineIn(sysEntry / "type") != "0";
 }
 
 // Newer kernels put devices of their own, on the bus "serial-base", below the one that has the
@@ -79,7 +80,7 @@ std::string HoldersOf(const fs::path& device, const fs::path& proc) {
         if (std::any_of(open.begin(), open.end(),
                         [&](const fs::path& link) { return LinkTarget(link) == device; })) {
             holders +=
-                (holders.empty() ? "" : ", ") + FirstWordIn(process / "comm") + " (" + number + ")";
+                (holders.empty() ? "" : ", ") + LineIn(process / "comm") + " (" + number + ")";
         }
     }
     return holders;

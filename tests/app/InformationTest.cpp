@@ -48,20 +48,7 @@ TEST(Information, ListsThePortsOfTheMachine) {
     EXPECT_EQ(Information({"", "--list-ports"}, system),
               system.PathOf("dev/ttyUSB9") + lasting + access + "-\n" +
                   system.PathOf("dev/ttyUSB10") + "\n    lasting name  -" + access +
-                  "mini (4711)\n" + system.PathOf("dev/ttyBOARD1") + lasting + access + "-\n");
-}
-
-TEST(Information, IsGivenToAnOptionThatStandsAloneAndIsWrittenExactlySo) {
-    const CFakeSystem system;
-    EXPECT_EQ(Information({"", "--version"}, system), "hciload 1.2.3\n");
-    for (const std::vector<std::string>& words : {std::vector<std::string>{""},
-                                                  {"", "--Version"},
-                                                  {"", "-help"},
-                                                  {"", "/version"},
-                                                  {"", "--version", ""},
-                                                  {"", "x", "--list-ports"}}) {
-        EXPECT_EQ(Information(words, system), std::nullopt) << words.back();
-    }
+                  "mini com (4711)\n" + system.PathOf("dev/ttyBOARD1") + lasting + access + "-\n");
 }
 
 }  // namespace
