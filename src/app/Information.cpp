@@ -62,7 +62,8 @@ std::string DescribePorts([[maybe_unused]] const CSystemFolders& folders) {
         text += port.m_strName + "\n    lasting name  " + orUnknown(port.m_strLastingName) +
                 "\n    driver        " + orUnknown(port.m_strDriver) + "\n    may open it   user " +
                 port.m_strOwner + ", group " + port.m_strGroup + " (" + port.m_strMode +
-                ")\n    held by       " + orUnknown(port.m_strHolders) + "\n";
+                (port.m_bMayOpen ? "), you" : "), not you") + "\n    held by       " +
+                orUnknown(port.m_strHolders) + "\n";
     }
     return text.empty() ? "This machine has no serial port.\n" : text;
 #else

@@ -95,6 +95,7 @@ void DescribeAccess(CSerialPortInfo& port) {
     const group* const owners = getgrgid(info.st_gid);
     port.m_strOwner = owner == nullptr ? std::to_string(info.st_uid) : owner->pw_name;
     port.m_strGroup = owners == nullptr ? std::to_string(info.st_gid) : owners->gr_name;
+    port.m_bMayOpen = access(port.m_strName.c_str(), R_OK | W_OK) == 0;
     constexpr char RIGHTS[] = "rwxrwxrwx";
     for (unsigned int i = 0; i < sizeof RIGHTS - 1; ++i) {
         port.m_strMode += (info.st_mode & (0400U >> i)) != 0 ? RIGHTS[i] : '-';

@@ -18,6 +18,7 @@ struct CSerialPortInfo {
     std::string m_strOwner;
     std::string m_strGroup;
     std::string m_strMode;     // such as "rw-rw----"
+    bool m_bMayOpen = false;   // this user may, whatever gives the right
     std::string m_strHolders;  // other processes that have it open: "minicom (4711), cat (12)"
 };
 

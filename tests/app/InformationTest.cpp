@@ -43,7 +43,8 @@ TEST(Information, ListsThePortsOfTheMachine) {
 
     const std::string access = std::string("\n    driver        cdc_acm\n    may open it   user ") +
                                getpwuid(geteuid())->pw_name + ", group " +
-                               getgrgid(getegid())->gr_name + " (rw-r-----)\n    held by       ";
+                               getgrgid(getegid())->gr_name +
+                               " (rw-r-----), you\n    held by       ";
     const std::string lasting = "\n    lasting name  " + system.PathOf("dev/serial/by-id/usb-A1");
     EXPECT_EQ(Information({"", "--list-ports"}, system),
               system.PathOf("dev/ttyUSB9") + lasting + access + "-\n" +
