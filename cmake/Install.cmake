@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 
 set(HCILOAD_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/hciload)
 
-install(TARGETS hciload chipsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS hciload chipsim hciimage RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 # The library. Headers keep their paths below src/, so that they can include each other.
 install(TARGETS libhciload EXPORT hciloadTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -18,9 +18,10 @@ install(FILES ${PROJECT_BINARY_DIR}/hciloadConfig.cmake
               ${PROJECT_BINARY_DIR}/hciloadConfigVersion.cmake
         DESTINATION ${HCILOAD_CMAKE_DIR})
 
-install(FILES docs/man/hciload.1 docs/man/chipsim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES docs/man/hciload.1 docs/man/chipsim.1 docs/man/hciimage.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
-foreach(program hciload chipsim)
+foreach(program hciload chipsim hciimage)
     install(FILES completion/${program}.bash
             DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${program})
     install(FILES completion/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
@@ -31,7 +32,7 @@ install(FILES packaging/70-hciload.rules DESTINATION lib/udev/rules.d)
 # The pages for users. README, ARCHITECTURE and the pages on performance and drivers are about the source tree.
 file(GLOB HCILOAD_DOCS CONFIGURE_DEPENDS docs/*.md)
 list(REMOVE_ITEM HCILOAD_DOCS ${PROJECT_SOURCE_DIR}/docs/performance.md ${PROJECT_SOURCE_DIR}/docs/drivers.md)
-install(FILES ${HCILOAD_DOCS} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(FILES ${HCILOAD_DOCS} docs/map.svg DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -23,6 +23,9 @@ constexpr std::size_t ANY = std::numeric_limits<std::size_t>::max();
 
 constexpr COMMAND COMMANDS[] = {
     {"info", 1, ANY, "one file or more"},
+    {"check", 1, ANY, "one file or more"},
+    {"diff", 2, ANY, "two files or more"},
+    {"map", 1, ANY, "one file or more"},
     {"convert", 2, ANY, "an input file or more, and the output file"},
 };
 
@@ -79,6 +82,15 @@ std::string SetLaunch(const OPTION& option, const std::string& value, STATE& sta
     return Check(isGood, option, value);
 }
 
+std::string SetLimit(const OPTION& option, const std::string& value, STATE& state) {
+    return Check(ReadArgumentNumber(value, LARGEST, state.arguments.limit), option, value);
+}
+
+std::string SetPicture(const OPTION& option, const std::string& value, STATE& state) {
+    state.arguments.picture = value;
+    return Check(!value.empty(), option, value);
+}
+
 template <bool ARGUMENTS::*FIELD>
 std::string SetFlag(const OPTION&, const std::string&, STATE& state) {
     state.arguments.*FIELD = true;
@@ -91,7 +103,9 @@ constexpr OPTION OPTIONS[] = {
     {{"fill", "a byte"}, "convert", SetFill},
     {{"record-size", "a number of bytes, 1 to 255"}, "convert", SetRecordSize},
     {{"launch", "an address"}, "convert", SetLaunch},
-    {{"json"}, "info", SetFlag<&ARGUMENTS::json>},
+    {{"limit", "a number"}, "diff", SetLimit},
+    {{"output", "a file name", 'o'}, "map", SetPicture},
+    {{"json"}, "info check", SetFlag<&ARGUMENTS::json>},
     {{"help", nullptr, 'h'}, "", SetFlag<&ARGUMENTS::showHelp>},
     {{"version"}, "", SetFlag<&ARGUMENTS::showVersion>},
 };
@@ -118,7 +132,8 @@ std::string CheckTogether(const STATE& state, const std::vector<const OPTION*>& 
         return "no command (see hciimage --help)";
     }
     for (const OPTION* option : found) {
-        if (!option->commands.empty() && option->commands != name) {
+        const std::string_view commands = option->commands;
+        if (!commands.empty() && commands.find(name) == std::string_view::npos) {
             return std::string("option '--") + option->m_szName + "' is not for " + name;
         }
     }
@@ -167,15 +182,20 @@ Looks at image files for Bluetooth and NFC controller chips, and converts them.
 
   hciimage info FILE...        what is in a file: areas of memory, their sizes,
                                CRC-32 and first bytes, gaps, launch address
+  hciimage check FILE...       what is wrong with a file
+  hciimage diff A B...         where A differs from the others together
+  hciimage map FILE...         where everything lies, as a picture
   hciimage convert IN... OUT   several files become one
 
-Reads Intel HEX, HCD, NCD (info only) and raw bytes; finds out which, except for
-NCD, which a name in .ncd tells, and raw bytes. The name of OUT tells what to
-write: .hex, .ihex, .ihx, .hcd, .bin or .raw.
+Reads Intel HEX, HCD, NCD (info and check only) and raw bytes; finds out which,
+except for NCD, which a name in .ncd tells, and raw bytes. The name of OUT tells
+what to write: .hex, .ihex, .ihx, .hcd, .bin or .raw.
 
       --as FORMAT        the format of the next file: hex, hcd, ncd or raw
       --at ADDRESS       the next file holds raw bytes for this address
-      --json             info: print JSON
+      --json             info, check: print JSON
+      --limit N          diff: show at most N areas and N addresses (20)
+  -o, --output FILE      map: draw an SVG picture into this file
       --fill BYTE        convert: what to put into gaps; raw files have 0xFF
                          there, others keep their gaps
       --record-size N    convert: bytes in a record (Intel HEX 16, HCD 251)
@@ -186,6 +206,7 @@ write: .hex, .ihex, .ihx, .hcd, .bin or .raw.
 Numbers are decimal, or hexadecimal after 0x. Names of options may be shortened
 while they stay unambiguous. A file is written whole or not at all.
 
-Exit status: 0; 2 for wrong usage, and for files that cannot be read or written.
+Exit status: 0; 1 when diff finds a difference or check only warnings; 2 for
+wrong usage, files that cannot be read or written, and errors that check finds.
 )";
 }

@@ -110,7 +110,8 @@ class DebianPackage(unittest.TestCase):
 class Manual(unittest.TestCase):
     @needs("man")
     def test_pages_render(self):
-        for page, text in (("hciload", "EXIT STATUS"), ("chipsim", "pseudo-terminal")):
+        pages = {"hciload": "EXIT STATUS", "chipsim": "pseudo-terminal", "hciimage": "SVG"}
+        for page, text in pages.items():
             with self.subTest(page):
                 env = dict(os.environ, MANWIDTH="100", LC_ALL="C")
                 self.assertIn(text, run("man", "-M", USR / "share/man", page, env=env))
@@ -126,15 +127,17 @@ class Manual(unittest.TestCase):
         names = {
             "hciload": {"-" + name for name in re.findall(r'"([A-Z]{3,})"', arguments)}
             - {"-TIMESTAMP", "-NFC"} | {"--help", "--version", "--list-ports"},
-            "chipsim": set(re.findall(r"(--[a-z-]+)[ \n]", run(USR / "bin/chipsim", "--help")))
-            - {"--"},
         }
+        for program in ("chipsim", "hciimage"):
+            text = run(USR / "bin" / program, "--help")
+            names[program] = set(re.findall(r"(--[a-z-]+)[ \n]", text)) - {"--"}
+        pages = {"hciload": "options.md", "chipsim": "chipsim.md", "hciimage": "hciimage.md"}
         for program, options in names.items():
             page = (ROOT / f"docs/man/{program}.1").read_text(encoding="utf-8")
             bash = (ROOT / f"completion/{program}.bash").read_text(encoding="utf-8")
             zsh = (ROOT / f"completion/_{program}").read_text(encoding="utf-8")
             tagged = " ".join(re.findall(r"(?m)^\.It (Fl .*)$", page)).replace(" , -", " Fl -")
-            web = ROOT / "docs" / {"hciload": "options.md", "chipsim": "chipsim.md"}[program]
+            web = ROOT / "docs" / pages[program]
             table = " ".join(re.findall(r"(?m)^\| (`-.*?) \|", web.read_text(encoding="utf-8")))
             with self.subTest(program):
                 text_of_help = run(USR / "bin" / program, "--help")
@@ -161,7 +164,7 @@ class Completion(unittest.TestCase):
         """What bash offers for the last word, asked of the function itself."""
         script = """
             set -u
-            source "$COMPLETIONS/hciload"; source "$COMPLETIONS/chipsim"
+            for program in hciload chipsim hciimage; do source "$COMPLETIONS/$program"; done
             compopt() { :; }
             COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); COMPREPLY=()
             "_$1"
@@ -192,6 +195,9 @@ class Completion(unittest.TestCase):
             ((*vintor, "-FIRMWARE", "a.hex", "-FI"), ["-FIRMWARE"]),
             ((*vintor, "-VNP", "d.vnp", "-VN"), []),
             ((*vintor, "-BAUDRATE", "3"), ["3000000NFC"]),
+            (("hciimage", "con"), ["convert"]),
+            (("hciimage", "info", "--j"), ["--json"]),
+            (("hciimage", "diff", "my"), ["my own.hex"]),
             (("chipsim", "--erase-t"), ["--erase-time"]),
             (("chipsim", "--dump", "my"), ["my own.hex"]),
             (("chipsim", "--fault", "re"), ["read:", "reset:", "resetntf:"]),
@@ -260,7 +266,8 @@ class InstalledPrograms(unittest.TestCase):
         chipsim = [USR / "bin/chipsim", "--baud", "0", "--dump", memory, "--"]
         output = run(*chipsim, *hciload, *rules, *words, cwd=SCRATCH)
         self.assertIn("Current state: Completed successfully\n", output)
-        run(sys.executable, ROOT / "scripts/check-memory", memory, *files.values())
+        output = run(USR / "bin/hciimage", "diff", memory, *files.values())
+        self.assertEqual(output, "equal: 3465 bytes\n")
 
     def test_patch_download(self):
         examples = USR / "share/doc/hciload/examples"
@@ -272,7 +279,7 @@ class InstalledPrograms(unittest.TestCase):
         self.assertEqual(records.read_bytes(), patch[8 + 8 * patch[7] :])
 
     def test_versions(self):
-        for program in ("hciload", "chipsim"):
+        for program in ("hciload", "chipsim", "hciimage"):
             self.assertEqual(run(USR / "bin" / program, "--version"), f"{program} {version()}\n")
 
 
@@ -344,7 +351,7 @@ class Documents(unittest.TestCase):
     def test_installed_pages_name_nothing_of_the_source_tree(self):
         for page in (USR / "share/doc/hciload").rglob("*.md"):
             with self.subTest(page.name):
-                named = r"(?<![\w/])(?:build/(?:hciload|chipsim)|scripts/|packaging/|tests/|src/)"
+                named = r"(?<![\w/])(?:build/(?:hciload|chipsim|hciimage)|scripts/|packaging/|tests/|src/)"
                 self.assertNotRegex(page.read_text(encoding="utf-8"), named)
 
     def test_architecture_shows_the_layers(self):

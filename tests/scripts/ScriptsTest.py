@@ -100,33 +100,6 @@ class CheckLayers(InTemporaryFolder):
                 self.assertIn(message or "", output)
 
 
-class CheckMemory(InTemporaryFolder):
-    RECORD = ":0410000001020304E2\n"
-
-    def compare(self, dump, *files):
-        return run("check-memory", self.write("dump.hex", dump), *files)
-
-    def test_differences(self):
-        wanted = self.write("wanted.hex", self.RECORD)
-        cases = [
-            ("wrong byte", ":0410000001020504E0\n", "0x00001002 holds 0x05, 0x03 expected"),
-            ("byte missing", ":03100000010203E7\n", "0x00001003 was never written, 0x04 expected"),
-            ("byte too many", self.RECORD + ":0120000055" + "8A\n", "first at 0x00002000"),
-            ("broken dump", ":0410000001020304E3\n", "line 1 is no Intel HEX record"),
-        ]
-        for name, dump, message in cases:
-            with self.subTest(name):
-                status, output = self.compare(dump, wanted)
-                self.assertNotEqual(status, 0)
-                self.assertIn(message, output)
-
-    def test_samples_of_both_formats_are_equal(self):
-        examples = ROOT / "examples"
-        dump = (examples / "config.hex").read_text(encoding="ascii")
-        status, output = self.compare(dump, examples / "config.hcd")
-        self.assertEqual((status, output.count("equal ")), (0, 2), output)
-
-
 class Examples(unittest.TestCase):
     def test_are_what_their_script_makes(self):
         self.assertEqual(run("make-examples", "--check"), (0, ""))
