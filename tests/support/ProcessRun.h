@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,6 +33,9 @@ inline PROCESS_RESULT RunProcess(const CTempDir& folder, std::vector<std::string
     argv.push_back(nullptr);
     const pid_t child = ::fork();
     if (child == 0) {
+        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+            ::signal(signal, SIG_DFL);  // whoever runs the tests may have them ignored
+        }
         // Other threads of the test may hold locks: nothing but system calls from here on.
         const int flags = O_WRONLY | O_APPEND | O_CLOEXEC;
         if (::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO) >= 0 &&
