@@ -102,6 +102,8 @@ TEST_F(EncoderDecoder, ReadsAScrambledFileFromTheStartAgain) {
     EXPECT_EQ(ReadAll(file), text);
     EXPECT_EQ(file.ReadNextLine(), "");
     file.ResetFile();
+    EXPECT_EQ(file.ReadNextLine(), text[0]);
+    file.ResetFile();
     EXPECT_EQ(ReadAll(file), text);
     CTextFileRawOrEncrypted unready(m_strOut.c_str(), m_pUnready.get());
     EXPECT_EQ(ReadAll(unready), Lines{""}) << "it ends where it cannot be decoded";

@@ -139,8 +139,10 @@ TEST(ByteOrder, NumbersOfEachWidth) {
     EXPECT_EQ(CopyLittleEndianBufferToUint16(out.data()), 0xFC4C);
     EXPECT_EQ(CopyLittleEndianBufferToUint32(out.data() + 2), 0x89ABCDEFU);
     // LEB128: a sixth byte is never read, and what leaves 32 bits is lost.
-    const Bytes endless = {0x81, 0x80, 0x80, 0x80, 0xFF};
-    EXPECT_EQ(CopyByteBufferLEB128ToUint32(endless.data(), nullptr), 0xF0000001U);
+    const Bytes endless = {0x81, 0x80, 0x80, 0x80, 0xFF, 0xFF};
+    unsigned char used = 0;
+    EXPECT_EQ(CopyByteBufferLEB128ToUint32(endless.data(), &used), 0xF0000001U);
+    EXPECT_EQ(used, 5);
 }
 
 TEST(Crc32, IsTheSameWholeAndByteByByte) {

@@ -101,6 +101,8 @@ TEST(VariableValue, AssignmentTakesTheTypeAndKeepsTheName) {
     EXPECT_FALSE(value.ScanValueFromString(nullptr) || value.UnpackFromString(nullptr));
     EXPECT_TRUE(value.UnpackFromString("12 n unmarked"));
     EXPECT_FALSE(value == value) << "a missing string";
+    EXPECT_TRUE(value.UnpackFromString("11 n 2"));
+    EXPECT_TRUE(value == CVariableValue(true));
     value = CDateTimeHolder("2024-12-31@23:58:59.123");
     EXPECT_TRUE(value == CVariableValue(CDateTimeHolder("2024-12-31@23:58:59.999")));
     EXPECT_FALSE(value.AssignName(nullptr));

@@ -113,6 +113,19 @@ TEST(IntelHexReader, SkipsAnAllowedRecord) {
     reader.AddAllowedText(TWO.substr(0, TWO.size() - 1).c_str(), -1);
     ASSERT_EQ(reader.OpenDataFile(file.Name()), "");
     EXPECT_EQ(ReadOn(reader), "10:01 02, 30:06, ");
+
+    // Records that are read at once count as lines, too.
+    const CTempFile noteOnLine3(ONE + HexRecord(0, 0x12, {3, 4}) + "note\n" + TWO);
+    CIntelHexReader fast;
+    fast.AddAllowedText("note", 3);
+    ASSERT_EQ(fast.OpenDataFile(noteOnLine3.Name()), "");
+    Bytes bytes(HEX_MAX_DATA_SIZE);
+    unsigned int address = 0;
+    unsigned int count = 0;
+    std::string error;
+    EXPECT_TRUE(fast.GetMoreData(&address, bytes.data(), 100, &count, &error));
+    EXPECT_EQ(count, 4U);
+    EXPECT_EQ(ReadOn(fast), "20:03, ");
 }
 
 TEST(IntelHexReader, ReadsOneFileAfterTheOther) {
