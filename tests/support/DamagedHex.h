@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,7 +17,7 @@ public:
     // 0 to limit - 1.
     unsigned int Below(unsigned int limit) { return static_cast<unsigned int>(m_Random() % limit); }
 
-    // Whole records without damage; about one in apart does not continue the last one.
+    // Whole records without damage; one of apart records, on average, leaves a gap before it.
     std::string Records(unsigned int count, unsigned int apart) {
         std::string text;
         for (unsigned int i = 0; i < count; ++i) {
@@ -41,21 +42,22 @@ private:
     }
 
     std::string Record(unsigned int apart) {
+        const auto byte = static_cast<unsigned char>(Below(256));
+        const auto bit = static_cast<unsigned char>(byte & 1U);
         const unsigned int kind = Below(60);
-        if (kind == 0) {
-            return HexRecord(4, 0, {0xFF, static_cast<unsigned char>(0xFE + Below(2))});
-        }
-        if (kind == 1) {
-            return HexRecord(4, 0, {0, static_cast<unsigned char>(Below(2))});
-        }
-        if (kind == 2) {
-            return HexRecord(2, Below(3), {static_cast<unsigned char>(Below(256)), 0});
-        }
-        if (kind == 3) {
-            return HexRecord(5, 0, {0, 0, static_cast<unsigned char>(Below(256)), 1});
-        }
-        if (kind == 4) {
-            return HexRecord(4, 0, Bytes(Below(4)));
+        switch (kind) {
+            case 0:
+                return HexRecord(4, 0, {0xFF, static_cast<unsigned char>(0xFE + bit)});
+            case 1:
+                return HexRecord(4, 0, {0, bit});
+            case 2:
+                return HexRecord(2, Below(3), {byte, 0});
+            case 3:
+                return HexRecord(5, 0, {0, 0, byte, 1});
+            case 4:
+                return HexRecord(4, 0, Bytes(Below(4)));
+            default:
+                break;
         }
         if (Below(apart) == 0) {
             m_nAddress = Below(0x10000);
@@ -70,34 +72,23 @@ private:
         static constexpr char ODD[] = " \t\r\n\v\f0fFgG:+-xX$@`/\x7f\x80\xff";  // and a NUL
         const std::size_t at = m_Random() % (text.size() + 1);
         const char odd = ODD[Below(sizeof ODD)];
-        const std::size_t lineEnd = std::min(text.find('\n', at), text.size());
-        switch (Below(9)) {
-            case 0:
-                text.insert(at, 1, odd);
-                break;
-            case 1:
-                text.erase(at, 1);
-                break;
-            case 2:
-                text.insert(lineEnd, Below(3), odd);
-                break;
-            case 3:
-                text.insert(lineEnd, 500 + Below(100), Below(2) == 0 ? ' ' : '0');
-                break;
-            case 4:
-                text.insert(lineEnd, "\r");
-                break;
-            case 5:
-                text.insert(lineEnd, Below(2) == 0 ? "\n:00000001ff" : "\n:00000001FF ");
-                break;
-            case 6:
-                text.resize(at);
-                break;
-            default:
-                if (at < text.size()) {
-                    text[at] = odd;
-                }
-                break;
+        const std::string inserted[] = {
+            std::string(1, odd),
+            std::string(Below(3), odd),
+            std::string(500 + Below(100), Below(2) == 0 ? ' ' : '0'),
+            "\r",
+            Below(2) == 0 ? "\n:00000001ff" : "\n:00000001FF ",
+        };
+        const unsigned int kind = Below(9);
+        if (kind < std::size(inserted)) {
+            text.insert(kind == 0 ? at : std::min(text.find('\n', at), text.size()),
+                        inserted[kind]);
+        } else if (kind == 5) {
+            text.erase(at, 1);
+        } else if (kind == 6) {
+            text.resize(at);
+        } else if (at < text.size()) {
+            text[at] = odd;
         }
         if (Below(20) == 0) {
             text.insert(0, "$\n");
