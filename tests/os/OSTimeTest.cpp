@@ -22,6 +22,7 @@ TEST(OSTime, TellsTheTimeOfDayAndTheMillisecondsOfTheSecond) {
     PutThreadToSleep(3661042);
     EXPECT_EQ(clock.GetElapsed(), milliseconds(3661042));
     EXPECT_EQ(GetCurrentOSTimeMS(), 42U);
+    { const CFakeClock another; }  // the first one is in use again
     PutThreadToSleep(958);
     EXPECT_EQ(GetCurrentOSTimeMS(), 0U);
     PutThreadToSleep(999);
