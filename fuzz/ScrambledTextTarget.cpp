@@ -70,5 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(encoder->EncodeTextLinesToFile(lines, scrambled.Path()).empty());
     FUZZ_CHECK(encoder->DecodeTextLinesFromFile(scrambled.Path(), linesAgain).empty());
     FUZZ_CHECK(linesAgain == lines);
+    FUZZ_CHECK(encoder->DecodeFile(scrambled.Path(), again.Path()).empty());
+    FUZZ_CHECK(ReadAllLines(again.Path(), nullptr) == content + '\n');
     return 0;
 }

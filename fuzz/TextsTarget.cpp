@@ -40,18 +40,6 @@ void CheckLimits(const READER& read) {
     }
 }
 
-void CheckBytes(const Bytes& bytes) {
-    const auto size = static_cast<unsigned int>(bytes.size());
-    Bytes again(bytes.size());
-    unsigned int count = 0;
-    for (const bool withPrefix : {false, true}) {
-        std::string text;
-        FUZZ_CHECK(BytesToHexString(bytes.data(), size, text, ' ', withPrefix) == text.size());
-        ParseHexBytesFromString(text.c_str(), again.data(), size, &count);
-        FUZZ_CHECK(count == size && again == bytes);
-    }
-}
-
 // Not so reals, which are rounded, booleans, which are words, and times of day, which are no input.
 bool PacksWithoutLoss(const CVariableValue& value) {
     std::string text;
@@ -117,7 +105,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckLimits([&](unsigned char* out, unsigned int room, unsigned int* count) {
         return ParseHexBytesWithoutDelimiters(text.c_str(), out, room, count, '*');
     });
-    CheckBytes({data, data + size});
     CheckValue(text.c_str());
     CNameValueTable table;
     CNameValueTable fromFile;

@@ -38,14 +38,6 @@ TEST(IntelHexBasics, FieldsAreReadAsScanfReadsThem) {
     }
 }
 
-TEST(IntelHexBasics, ChecksumIsTheTwosComplementOfTheLowByte) {
-    const unsigned short data[] = {0x21, 0x46, 0x01, 0x36, 0x01, 0x21, 0x47, 0x01,
-                                   0x36, 0x00, 0x7E, 0xFE, 0x09, 0xD2, 0x19, 0x01};
-    EXPECT_EQ(CIntelHexBasics::ComputeChecksum(16, 0x0100, 0, data), 0x40);
-    EXPECT_EQ(CIntelHexBasics::ComputeChecksum(0, 0, 0, nullptr), 0);
-    EXPECT_EQ(CIntelHexBasics::ComputeChecksum(0, 0, 1, nullptr), 0xFF);
-}
-
 TEST(IntelHexBasics, LinesAreJudgedInOrder) {
     const struct {
         const char *line, *fault;  // no fault: acceptable
