@@ -69,8 +69,11 @@ TEST(FastHexDecoder, CountsTheRecordsThatContinueTheFirst) {
     lowerCase[13] = 'a';
     std::string carriageReturn = next;
     carriageReturn.insert(carriageReturn.size() - 1, "\r");
-    std::string damaged = next;
-    damaged[10] = '5';
+    // The second digits of the count, of the type and of a byte.
+    const auto damaged = [](std::string text, std::size_t at) {
+        text[at] = '4';
+        return text;
+    };
     const struct {
         std::string text;
         unsigned int limit, records;
@@ -85,7 +88,9 @@ TEST(FastHexDecoder, CountsTheRecordsThatContinueTheFirst) {
         {next + HexRecord(0, 0xF6, {7, 8}), 9, 1},
         {next + HexRecord(4, 0xF6, {0, 0, 0}), 9, 1},
         {carriageReturn, 9, 0},
-        {damaged, 9, 0},
+        {damaged(next, 2), 9, 0},
+        {damaged(next, 8), 9, 0},
+        {damaged(next, 12), 9, 0},
         {"$\n" + next, 9, 0},
         {"", 9, 0},
         // At the top of the 64 KiB that a record can name, no record continues.
