@@ -123,18 +123,4 @@ TEST(ChipsimArguments, SayWhatIsWrongWithThem) {
     }
 }
 
-TEST(ChipsimArguments, EndAtTheCommand) {
-    for (const char* line : {"--tr --dump-r=/dev/null --dump /dev/null --baud=0x10 sh --trace -h",
-                             "--trace --dump-records /dev/null --dump=/dev/null --baud 16 -- sh "
-                             "--trace -h"}) {
-        CHIPSIM_ARGUMENTS arguments;
-        EXPECT_EQ(Parse(line, arguments), "");
-        EXPECT_TRUE(arguments.trace);
-        EXPECT_FALSE(arguments.showHelp);
-        EXPECT_EQ(arguments.settings.baud, 16U);
-        EXPECT_EQ(arguments.recordsFile, "/dev/null");
-        EXPECT_EQ(arguments.command, (std::vector<std::string>{"sh", "--trace", "-h"}));
-    }
-}
-
 }  // namespace
