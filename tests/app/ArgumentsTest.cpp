@@ -27,7 +27,7 @@ std::string LineUnlessEmpty(const std::string& name, const char* value) {
     return value == nullptr || *value == '\0' ? "" : name + value + "\n";
 }
 
-// What differs from no request at all, a line for each item.
+// What differs from no request at all.
 std::string Describe(const CRequest& request) {
     const CChipImageLoadingInformation info = DescribeDownload(request);
     const CChipDownloadDescriptor& descriptor = info.GetDescriptor();
@@ -55,7 +55,7 @@ std::string Describe(const CRequest& request) {
              LineUnlessEmpty("report ", request.m_strReportFile.c_str());
     lines += g_bRecordDownloadTimeInFile ? "record times\n" : "";
     static const std::regex TIME_OF_DAY("_[0-9]{6}_");
-    return std::regex_replace(lines, TIME_OF_DAY, "_######_");
+    return std::regex_replace(OnOneLine(lines), TIME_OF_DAY, "_######_");
 }
 
 // The same request, from the outputs of ProcessArgsAndPrepare.
@@ -132,7 +132,7 @@ TEST_F(CArguments, AreReadAsTheCasesSay) {
         SCOPED_TRACE(testCase.name);
         for (const auto& [mark, text] : testCase.lines) {
             if (mark == '$') {
-                Check(text, "", testCase.Text(">"), usage);
+                Check(text, "", OnOneLine(testCase.Text(">")), usage);
             } else if (mark == 'e') {
                 Check(Split(text, " => ")[0], Split(text, " => ").at(1), "", usage);
             }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 
 #include "image/ImageText.h"
 #include "support/CaseFile.h"
@@ -14,25 +15,26 @@
 
 namespace {
 
-// The argument of a case, or null.
-const char* Argument(const FILE_CASE& testCase, const std::string& name) {
-    for (const auto& [mark, text] : testCase.lines) {
-        if (mark == '$' && text.starts_with(name + "=")) {
-            return text.c_str() + name.size() + 1;
-        }
-    }
-    return nullptr;
-}
-
 CChipImageLoadingInformation InfoFromRules(const FILE_CASE& testCase) {
     const CTempDir folder;
-    const std::string vnp =
-        folder.Write("rules.vnp", "DevicePreset = \"A\"\n" + testCase.Text("|"));
+    std::string rules = "DevicePreset = \"A\"\n";
+    for (const std::string& rule : Split(testCase.Text("|"), "; ")) {
+        rules += rule + "\n";
+    }
+    std::map<std::string, std::string> arguments;
+    for (const std::string& argument : Split(OnOneLine(testCase.Text("$")), "; ")) {
+        const std::size_t end = argument.find('=');
+        arguments[argument.substr(0, end)] = argument.substr(end + 1);
+    }
+    const auto textOrNull = [&arguments](const char* name) {
+        return arguments.contains(name) ? arguments[name].c_str() : nullptr;
+    };
     CCommunicationParameters uart;
     EXPECT_EQ(uart.ParseCommParams(" PORT=/dev/ttyS0\n"), "");
-    const CChipImageLoadingInformation info(
-        vnp.c_str(), uart, Argument(testCase, "firmware"), Argument(testCase, "config"),
-        Argument(testCase, "minidriver"), Argument(testCase, "directory"), nullptr);
+    const std::string vnp = folder.Write("rules.vnp", rules);
+    const CChipImageLoadingInformation info(vnp.c_str(), uart, textOrNull("firmware"),
+                                            textOrNull("config"), textOrNull("minidriver"),
+                                            textOrNull("directory"), nullptr);
     EXPECT_EQ(info.GetVnpFileNameIfSpecified(), vnp);
     return info;
 }
@@ -42,9 +44,8 @@ TEST(ChipImageLoadingInformation, RulesAndArgumentsChooseTheFiles) {
         SCOPED_TRACE(testCase.name);
         const CChipImageLoadingInformation info = InfoFromRules(testCase);
         const char* custom = info.GetCustomDLTypeIfSpecified();
-        EXPECT_EQ((custom == nullptr ? "" : "custom " + std::string(custom) + "\n") +
-                      FilesText(info.GetDescriptor()),
-                  testCase.Text(">"));
+        const std::string text = custom == nullptr ? "" : "custom " + std::string(custom) + "\n";
+        EXPECT_EQ(OnOneLine(text + FilesText(info.GetDescriptor())), OnOneLine(testCase.Text(">")));
         EXPECT_EQ(info.IsVintorMode(), custom == nullptr);
         EXPECT_EQ(info.GetDescriptor().CountRuleSets(), 1U);
     }

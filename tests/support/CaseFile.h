@@ -58,3 +58,12 @@ inline std::vector<std::string> Split(const std::string& text, const std::string
     }
     return parts;
 }
+
+// Lines as one line, with "; " between them.
+inline std::string OnOneLine(const std::string& lines) {
+    std::string text;
+    for (const std::string& line : Split(lines, "\n")) {
+        text += text.empty() || line.empty() ? line : "; " + line;
+    }
+    return text;
+}
