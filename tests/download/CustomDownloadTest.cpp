@@ -33,17 +33,6 @@ TEST(CustomDownload, WhatFailsBeforeTheRecordsLeavesNoError) {
     }
 }
 
-TEST(CustomDownload, CopiesOfTheLoadingInformationShareTheAssistant) {
-    CDownloadSetup setup(Signature());
-    ASSERT_EQ(setup.Prepare(), "");
-    const CChipImageLoadingInformation copy(*setup.Downloader().DownloadInfo());
-    CCustomDownloadAssistant* assistant = copy.GetCustomDownloader();
-    EXPECT_EQ(assistant, setup.Downloader().DownloadInfo()->GetCustomDownloader());
-    EXPECT_EQ(assistant->IncRefCount(), 3U);
-    setup.DestroyDownloader();
-    EXPECT_EQ(assistant->DecRefCount(), 1U);
-}
-
 // 604 bytes, more than an NCD record holds.
 TEST(CustomDownload, ChunkedTxRxCutsARecordIntoSegments) {
     const CFakeClock clock;

@@ -8,20 +8,16 @@
 
 namespace {
 
-TEST(HciTrace, ShowsBytesOnOneLineCutInTheMiddle) {
+TEST(HciTrace, CutsBytesInTheMiddle) {
     const Bytes bytes = FromHex("01 02 03 04 A0 0F");
-    const auto show = [&](unsigned int most) {
-        return ShowBytesString("x ", bytes.data(), 6, most);
-    };
-    EXPECT_EQ(show(6), "x  (6 bytes): 01 02 03 04 A0 0F");
-    EXPECT_EQ(show(5), "x  (6 bytes): 01 02 ...  A0 0F");
-    EXPECT_EQ(show(1), "x  (6 bytes): ... ");
+    EXPECT_EQ(ShowBytesString("x ", bytes.data(), 6, 6), "x  (6 bytes): 01 02 03 04 A0 0F");
+    EXPECT_EQ(ShowBytesString("x ", bytes.data(), 6, 5), "x  (6 bytes): 01 02 ...  A0 0F");
+    EXPECT_EQ(ShowBytesString("x ", bytes.data(), 6, 1), "x  (6 bytes): ... ");
     char text[] = "#######";
     char* cursor = text;
     AppendSpaceAndHexByte(&cursor, 0xA0);
     AppendSpaceAndHexByte(&cursor, 0x0F);
     EXPECT_STREQ(text, " A0 0F#");
-    EXPECT_EQ(cursor, text + 6);
 }
 
 TEST(HciTrace, AnEntryIsATimeALabelAndAtMost32Bytes) {

@@ -70,7 +70,9 @@ public:
         if (m_pfnFrameSent) {
             m_pfnFrameSent();
         }
-        std::vector<CHIP_REPLY> replies = Execute(frame);
+        // The chip executes the command whatever becomes of its answer.
+        m_Engine.LineWentQuiet();
+        std::vector<CHIP_REPLY> replies = m_Engine.Receive(frame);
         if (!TakeFault(m_Sent.back())) {
             for (CHIP_REPLY& reply : replies) {
                 for (CHIP_REPLY_PIECE& piece : reply.pieces) {
@@ -107,16 +109,6 @@ private:
         settings.ramFirst = 0;
         settings.ramLast = 0xFFFFFFFF;
         return settings;
-    }
-
-    // The chip executes the command whatever becomes of its answer. It is a chip on a UART: where
-    // the port is none, the packet indicator is added for it.
-    std::vector<CHIP_REPLY> Execute(Bytes frame) {
-        if (m_pParameters->GetPortType() != PORT_TYPE_UART) {
-            frame.insert(frame.begin(), 0x01);
-        }
-        m_Engine.LineWentQuiet();
-        return m_Engine.Receive(frame);
     }
 
     bool TakeFault(const std::string& frame) {
