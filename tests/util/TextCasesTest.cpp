@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <map>
 
@@ -164,6 +166,10 @@ TEST(TextFunctions, MissingTextsAreNothing) {
     EXPECT_EQ(ExtractTrimmedString(text, nullptr, false), "");
     EXPECT_FALSE(IsDoubleQuoted(nullptr) || IsDecInt(nullptr) || IsHexInt(nullptr) ||
                  IsRealNumber(nullptr));
+    const CTempDir dir;
+    const Text pipe = dir.PathOf("pipe that nobody writes to");
+    EXPECT_EQ(mkfifo(pipe.c_str(), 0), 0);
+    EXPECT_EQ(DoesFileExist(pipe.c_str()), geteuid() == 0);
     EXPECT_FALSE(DoesFileExist(nullptr) || DoesFileExist("") || DoesFileExist("/"));
     EXPECT_FALSE(EqualIgnoringCase("\xE4", "\xC4") || EqualIgnoringCase("a", "ab"));
     EXPECT_EQ(GetRealValue("-2e3 MHz") + GetRealValue("MHz"), -2000);

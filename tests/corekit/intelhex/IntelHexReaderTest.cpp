@@ -132,6 +132,8 @@ TEST(IntelHexReader, ReadsOneFileAfterTheOther) {
     CIntelHexReader reader;
     EXPECT_EQ(reader.OpenDataFile("/no/such/file"), "Could not open file /no/such/file");
     EXPECT_EQ(reader.OpenDataFile("/"), "Could not open file /");
+    EXPECT_EQ(reader.OpenDataFile("/proc/self/mem"),
+              "Invalid file format: Failed to read intel hex data: Input/output error");
     EXPECT_EQ(ReadOn(reader), "");
     const CTempFile whole(LINEAR + ONE + HEX_END_RECORD);
     EXPECT_EQ(reader.OpenDataFile(whole.Name()), "");
