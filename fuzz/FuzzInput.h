@@ -29,7 +29,7 @@ using Bytes = std::vector<unsigned char>;
 
 // What a reader of texts sees of it.
 inline std::string UpToNul(const std::string& text) {
-    return text.c_str();
+    return text.substr(0, text.find('\0'));
 }
 
 // Hands out an input piece by piece. Past its end everything is 0 or empty.

@@ -20,12 +20,12 @@ std::string Order(int waiters) {
     std::string order = "0";
     EXPECT_TRUE(lock.WaitToLock(0));
     std::vector<std::thread> threads;
-    for (char name = '1'; name < '1' + waiters; ++name) {
+    for (int number = 1; number <= waiters; ++number) {
         std::atomic<int> id = 0;
-        threads.emplace_back([&lock, &order, &id, name] {
+        threads.emplace_back([&lock, &order, &id, number] {
             id = gettid();
             EXPECT_TRUE(lock.WaitToLock(1));
-            order += name;
+            order += std::to_string(number);
             lock.Unlock();
         });
         EXPECT_TRUE(FallsAsleep(id));
@@ -57,9 +57,9 @@ int CountUnderTheLock() {
     MUTEX lock;
     int count = 0;
     {
-        std::vector<std::jthread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&] {
+        std::vector<std::jthread> threads(4);
+        for (std::jthread& thread : threads) {
+            thread = std::jthread([&] {
                 for (int i = 0; i < 2000; ++i) {
                     const CLockGuard held(lock);
                     ++count;

@@ -59,6 +59,7 @@ TEST(OSEvent, WakesOneOfThoseThatWait) {
     std::atomic<int> woken = 0;
     std::atomic<int> ids[2] = {};
     std::vector<std::jthread> waiters;
+    waiters.reserve(2);
     for (std::atomic<int>& id : ids) {
         waiters.emplace_back([&] {
             id = gettid();
