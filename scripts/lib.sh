@@ -41,6 +41,17 @@ need_package_tools() {
     need_command zsh zsh
 }
 
+# For the test of docs/production.md. Only .ci/run installs its SSH server: Debian starts it at once, and a test
+# must not open a developer's machine to the network.
+need_production_tools() {
+    need_command jq jq
+    need_command parallel parallel
+    need_command rsync rsync
+    need_command ssh openssh-client
+    need_command systemd-analyze systemd
+    need_command udevadm udev
+}
+
 # install_missing: installs the packages noted so far. Prints nothing if there are none.
 install_missing() {
     [ -n "$missing" ] || return 0
