@@ -46,6 +46,7 @@ HostKey FOLDER/key
 AuthorizedKeysFile FOLDER/key.pub
 StrictModes no
 PidFile none
+SetEnv HOME=FOLDER
 Match LocalAddress 127.0.0.1
     ForceCommand cd FOLDER/station1 && HOME=$PWD PATH=FOLDER/bin:$PATH exec sh -c "$SSH_ORIGINAL_COMMAND"
 Match LocalAddress 127.0.0.2
