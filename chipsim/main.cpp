@@ -140,6 +140,7 @@ int Serve(CSimulatedChip& chip, const CHIPSIM_ARGUMENTS& arguments) {
 
 void WriteDump(std::ofstream& dump, const std::vector<CSparseMemory::REGION>& regions) {
     std::vector<CMemoryPiece> pieces;
+    pieces.reserve(regions.size());
     for (const CSparseMemory::REGION& region : regions) {
         pieces.push_back({region.address, 0, region.bytes});
     }

@@ -208,7 +208,8 @@ std::string CheckOutputs(const CRequest& request) {
           g_bRecordDownloadTimeInFile ? DOWNLOAD_TIMES_FILE : ""}) {
         for (const auto& [kind, other] : others) {
             if (!output.empty() && IsSameFile(output, other)) {
-                return "Output file " + output + " is the same file as " + kind + " file " + other;
+                return FormatText("Output file %s is the same file as %s file %s", output.c_str(),
+                                  kind, other.c_str());
             }
         }
         others.emplace_back("output", output);

@@ -45,7 +45,7 @@ ReplyFailure CNciSegments::Exchange(BYTES record, BYTES expected) {
                            LowAddressBits(expected), static_cast<int>(expected.size()))));
     Trace(ShowBytes(" record to send ", record, 512));
     const std::string sendError = Send(record.subspan(std::min(HEADER_SIZE, record.size())));
-    const ReplyFailure failure = sendError.empty() ? Receive(expected) : sendError;
+    ReplyFailure failure = sendError.empty() ? Receive(expected) : sendError;
     Trace(Named(std::string("  exiting with bCommandCompleted=") + (failure ? "0" : "1")));
     return failure;
 }

@@ -23,6 +23,7 @@ inline Bytes SampleBytes(unsigned int count, unsigned int seed) {
 
 inline std::string IntelHexText(const std::vector<CSampleRange>& ranges) {
     std::vector<CMemoryPiece> pieces;
+    pieces.reserve(ranges.size());
     for (const CSampleRange& range : ranges) {
         pieces.push_back({range.address, 0, range.bytes});
     }
