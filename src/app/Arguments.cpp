@@ -224,6 +224,8 @@ std::string CheckCaptureFormat(const CRequest& request) {
                : "";
 }
 
+}  // namespace
+
 std::string ReadOptions(int argc, char** argv, CRequest& request) {
     for (int i = 1; i < argc;) {
         const std::string argument = argv[i];
@@ -247,7 +249,18 @@ std::string ReadOptions(int argc, char** argv, CRequest& request) {
     return error.empty() ? CheckCaptureFormat(request) : error;
 }
 
-}  // namespace
+std::optional<bool> DoesOptionTakeValue(const std::string& argument) {
+    if (!argument.starts_with('-') && !argument.starts_with('/')) {
+        return std::nullopt;
+    }
+    const std::string name = UpperCaseCopy(argument.substr(1));
+    for (const COption& option : OPTIONS) {
+        if (name == option.m_szName) {
+            return option.m_bTakesValue;
+        }
+    }
+    return std::nullopt;
+}
 
 std::string ReadRequest(int argc, char** argv, CRequest& request) {
     std::string error = ReadOptions(argc, argv, request);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "app/Request.h"
@@ -16,8 +17,14 @@ inline constexpr char DOWNLOAD_TIMES_FILE[] = "./DLTIMES.TXT";
 // and that is no error.
 [[nodiscard]] std::string ReadRequest(int argc, char** argv, CRequest& request);
 
-// The same with an output for each item. All are set but checkCRC, which keeps the caller's value
-// unless the option is given; files and rule sets are added to the descriptor.
+// The same without printing anything.
+[[nodiscard]] std::string ReadOptions(int argc, char** argv, CRequest& request);
+
+// Whether the argument names an option, wherever it may stand, and if so, whether a value follows.
+std::optional<bool> DoesOptionTakeValue(const std::string& argument);
+
+// The same as ReadRequest with an output for each item. All are set but checkCRC, which keeps the
+// caller's value unless the option is given; files and rule sets are added to the descriptor.
 std::string ProcessArgsAndPrepare(int argc, char** argv, std::string* transportParameters,
                                   CChipDownloadDescriptor* descriptor, bool* vintorMode,
                                   bool* issueDownloadMinidriverCommand, std::string* vnpFileName,

@@ -4,6 +4,7 @@ namespace {
 
 constexpr char HELP[] = R"(Usage: hciload -VINTORMODE -PORT DEVICE [OPTION]...
        hciload -RULES FILE[@SET] -PORT DEVICE -CONFIG FILE [OPTION]...
+       hciload --check [--json] ARGUMENT...
        hciload --help | --version | --list-ports
 
 Loads code and data into a Bluetooth or NFC controller chip over a serial line.
@@ -36,6 +37,11 @@ What to keep of the run:
   -REPORTTO FILE        report of the run as JSON
   -RECORDDLTIME         append the times to ./DLTIMES.TXT
 
+Before all other arguments:
+  --check               send nothing; show what the run would do, and what is
+                        wrong with its files, rules and options
+  --check --json        the same as JSON
+
 Alone:
   --help                show this help
   --version             show the version
@@ -46,7 +52,8 @@ Option names may be in lower case and may start with a slash. Without any
 argument, an older text is printed, which is kept word for word.
 
 Exit status: 0 after a success, 241 if the download failed, 254 if the port
-cannot be opened, 255 if the command line is wrong.
+cannot be opened, 255 if the command line is wrong. Of --check: 0 if nothing
+was found, 1 after warnings, 2 after errors.
 
 Try it without a chip:
   chipsim -- hciload -VINTORMODE -PORT /dev/tty -FIRMWARE firmware.hex

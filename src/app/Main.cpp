@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/Arguments.h"
+#include "app/CheckRun.h"
 #include "app/DownloadRun.h"
 #include "app/Hints.h"
 #include "app/Information.h"
@@ -118,6 +119,9 @@ int main(int argc, char** argv) {
     IgnoreWriteSignals();
     if (const std::optional<std::string> text = MakeInformation(argc, argv, HCILOAD_VERSION)) {
         return Print(*text);
+    }
+    if (const std::optional<int> status = CheckRun(argc, argv)) {
+        return *status;
     }
     InstallTerminalRestoreOnSignals();
 

@@ -59,6 +59,11 @@ public:
     static const char* ExtractNextByteSequenceToSend(const char* text, std::string* bytesToSend,
                                                      std::string* bytesExpected,
                                                      std::string* maxTime);
+    // Whether three such groups make a message: its bytes, those expected back, the longest wait in
+    // ms. Returns an error text.
+    static std::string CheckPreloadMessage(const std::string& toSend,
+                                           const std::string& expectedBack,
+                                           const std::string& maxTime);
 
 private:
     static unsigned int DownloadingThread(CExecutionThread* thread);

@@ -6,47 +6,10 @@
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
 #include "download/VintorImages.h"
+#include "download/VintorPhases.h"
 #include "util/Crc32.h"
-#include "util/TextCase.h"
 
 namespace {
-
-// The optional phases of a download.
-struct CPhases {
-    bool m_bErase = false;
-    bool m_bWrite = true;
-    bool m_bVerify = false;
-    bool m_bCheckCRC = false;
-};
-
-// The user's choice, -1 when there is none, overrides the rules.
-void ApplyOverride(int choice, bool* phase) {
-    if (choice != -1) {
-        *phase = choice == 1;
-    }
-}
-
-CPhases DecidePhases(const CChipImageLoadingInformation& info, const std::string& memoryType) {
-    const bool nonVolatile = memoryType == "EEPROM" || memoryType == "FLASH";
-    CPhases phases;
-    if (const CDownloadRulesSet* rules = info.GetRules()) {
-        const char* eraseMode = rules->GetDownloadParameter("DLSectorEraseMode");
-        phases.m_bErase =
-            nonVolatile && eraseMode != nullptr && EqualIgnoringCase(eraseMode, "Chip erase");
-        if (const char* writeVerifyMode = rules->GetDownloadParameter("DLWriteVerifyMode")) {
-            const std::string mode = UpperCaseCopy(writeVerifyMode);
-            phases.m_bVerify = mode.find("VERIFY") != std::string::npos;
-            phases.m_bWrite = mode.find("WRITE") != std::string::npos;
-        }
-    }
-    ApplyOverride(info.GetNeedToVerify(), &phases.m_bVerify);
-    ApplyOverride(info.GetNeedToWrite(), &phases.m_bWrite);
-    if (nonVolatile) {
-        ApplyOverride(info.GetNeedToErase(), &phases.m_bErase);
-    }
-    ApplyOverride(info.GetNeedToCheckCRC(), &phases.m_bCheckCRC);
-    return phases;
-}
 
 void EnterState(CChipDownloader* downloader, DownloadStates state) {
     const CLockGuard access(downloader->AccessLock());
@@ -97,7 +60,7 @@ bool VerifyImages(CChipDownloader* downloader) {
 }
 
 // False after a failure, which has set the error, and after a cancel, which leaves no message.
-bool RunPhases(CChipDownloader* downloader, const CPhases& phases) {
+bool RunPhases(CChipDownloader* downloader, const CVintorPhases& phases) {
     const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
     const auto mayGoOn = [downloader] { return !downloader->IsCanceled(); };
     return ResetChip(downloader) && mayGoOn() &&
@@ -111,14 +74,12 @@ bool RunPhases(CChipDownloader* downloader, const CPhases& phases) {
 }  // namespace
 
 unsigned int VintorDownloadingFunction(CChipDownloader* downloader) {
-    const CChipImageLoadingInformation& info = *downloader->DownloadInfo();
     std::string error;
-    const std::string memoryType = info.GetVintorMemoryType(&error);
+    const CVintorPhases phases = DecideVintorPhases(*downloader->DownloadInfo(), &error);
     if (!error.empty()) {
         Fail(downloader, error);
         return 0;
     }
-    const CPhases phases = DecidePhases(info, memoryType);
     if (phases.m_bCheckCRC) {
         make_crc_table();
     }

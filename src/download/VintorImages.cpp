@@ -1,16 +1,15 @@
 #include "download/VintorImages.h"
 
-#include <algorithm>
 #include <string>
 
 #include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
+#include "download/VintorPhases.h"
 #include "os/OSTime.h"
 #include "util/Crc32.h"
 #include "util/FormatText.h"
 #include "util/HexText.h"
-#include "util/NumberText.h"
 #include "util/Wrap32.h"
 
 namespace {
@@ -100,7 +99,7 @@ private:
             m_pDownloader->SetError(FormatText("%s chunk not found!", m_Pass.m_szKind));
             return false;
         }
-        m_nMaxSize = MaxRecordSize();
+        m_nMaxSize = MaxVintorRecordSize(*m_pDownloader->DownloadInfo(), m_Pass.IsMinidriver());
         m_pDownloader->SetState(m_Pass.m_State);
         if (m_Pass.IsMinidriver()) {
             m_pDownloader->ReportProgress(nullptr);
@@ -125,27 +124,13 @@ private:
         return true;
     }
 
-    unsigned int MaxRecordSize() const {
-        const CChipImageLoadingInformation& info = *m_pDownloader->DownloadInfo();
-        unsigned int size = m_Pass.IsMinidriver() ? info.GetDLMinidriverChunkSizeOverride() : 0;
-        const CDownloadRulesSet* rules = info.GetRules();
-        if (size == 0 &&
-            (rules == nullptr ||
-             !TryToGetUIntValue(rules->GetDownloadParameter("DLMaxWriteSize"), &size))) {
-            return 32;
-        }
-        return size;
-    }
-
     bool RunRange(const CByteBuffer& range) {
         const unsigned int size = range.GetDataByteSize();
         for (unsigned int offset = 0; offset < size;) {
             if (!m_pDownloader->IsRunning()) {
                 return false;
             }
-            // Truncated to the one byte of the wire without a check, on purpose: a size that is
-            // out of range keeps its meaning. 256 sends empty records until the user cancels.
-            const auto n = static_cast<unsigned char>(std::min(m_nMaxSize, size - offset));
+            const unsigned char n = NextVintorRecordSize(m_nMaxSize, size - offset);
             const CLockGuard access(m_pDownloader->AccessLock());
             if (!RunRecord(range, offset, n)) {
                 return false;

@@ -45,19 +45,13 @@ unsigned int ParseMaxTime(const std::string& text) {
 
 std::string SendPreloadMessage(CSerialConnector* connector, const std::string& toSend,
                                const std::string& expectedBack, const std::string& maxTime) {
+    std::string error = CChipDownloader::CheckPreloadMessage(toSend, expectedBack, maxTime);
+    if (!error.empty()) {
+        return error;
+    }
     std::vector<unsigned char> command = ParseMessageBytes(toSend);
-    if (command.empty()) {
-        return "Invalid BYTES TO SEND:" + toSend;
-    }
     std::vector<unsigned char> expected = ParseMessageBytes(expectedBack);
-    if (expected.empty()) {
-        return "Invalid BYTES EXPECTED BACK:" + expectedBack;
-    }
     const unsigned int timeoutMs = ParseMaxTime(maxTime);
-    if (timeoutMs == 0) {
-        return "Invalid MAX TIME TO WAIT:" + maxTime;
-    }
-    std::string error;
     // No prefix: a message states all of its bytes.
     if (!SendCommandAndWaitForCompletion(connector, nullptr, command.data(),
                                          static_cast<unsigned int>(command.size()), expected.data(),
@@ -124,4 +118,16 @@ const char* CChipDownloader::ExtractNextByteSequenceToSend(const char* text,
         return nullptr;
     }
     return cursor.data();
+}
+
+std::string CChipDownloader::CheckPreloadMessage(const std::string& toSend,
+                                                 const std::string& expectedBack,
+                                                 const std::string& maxTime) {
+    if (ParseMessageBytes(toSend).empty()) {
+        return "Invalid BYTES TO SEND:" + toSend;
+    }
+    if (ParseMessageBytes(expectedBack).empty()) {
+        return "Invalid BYTES EXPECTED BACK:" + expectedBack;
+    }
+    return ParseMaxTime(maxTime) == 0 ? "Invalid MAX TIME TO WAIT:" + maxTime : "";
 }

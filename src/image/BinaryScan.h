@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "util/Finding.h"
-#include "util/FormatText.h"
 
 // Reads a file of binary records and collects findings with their offsets.
 class CBinaryScan {
@@ -30,13 +29,10 @@ protected:
     // After the last record: tells what ended the records, if it was not the end of the file.
     void AddEnd(const std::string& error) {
         std::fseek(m_pFile, 0, SEEK_END);
-        const std::uint64_t left = Position() - m_nPosition;
         if (!error.empty()) {
             Add(FindingSeverity::ERROR, m_nPosition, error, "The loader refuses the file here");
-        } else if (left != 0) {
-            Add(FindingSeverity::ERROR, m_nPosition,
-                FormatText("The file ends in the middle of a record, after %d bytes of it",
-                           static_cast<int>(left)),
+        } else if (Position() != m_nPosition) {
+            Add(FindingSeverity::ERROR, m_nPosition, "The file ends in the middle of a record",
                 "It was cut short, and what is missing is not loaded");
         }
     }

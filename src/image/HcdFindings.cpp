@@ -5,6 +5,7 @@
 #include "image/AddressOccupancy.h"
 #include "image/BinaryScan.h"
 #include "image/HcdFile.h"
+#include "util/FormatText.h"
 
 namespace {
 
@@ -31,6 +32,9 @@ public:
         AddEnd(error);
         if (error.empty() && !m_bHasData) {
             AddNoData();
+        } else if (error.empty() && m_nLaunches == 0) {
+            Add(WARNING, std::nullopt, "There is no launch record",
+                "The file may have been cut short; as a configuration it launches the chip at 0");
         }
         return std::move(m_Findings);
     }

@@ -186,7 +186,8 @@ private:
     void TakeAddress(const CHexLine& line, unsigned int size) {
         if (line.m_nCount != size) {
             Add(FindingSeverity::ERROR, m_nLine,
-                FormatText("The address record has %u bytes instead of %u", line.m_nCount, size),
+                FormatText("The length of the address record is %u instead of %u", line.m_nCount,
+                           size),
                 "Missing bytes count as zero, so data load at another address");
         }
     }
@@ -200,7 +201,7 @@ private:
             Add(FindingSeverity::ERROR, m_nLine, "The first data come after the sixth line",
                 "The loader refuses the file");
         }
-        m_nMoved += m_nStartLine != 0 ? 1 : 0;
+        m_bMoved = m_bMoved || m_nStartLine != 0;
         const std::uint64_t end = std::uint64_t{line.m_nBase} + line.m_nLoadAddress + line.m_nCount;
         if (end > std::uint64_t{1} << 32) {
             m_Wrapping.Add(m_nLine);
@@ -213,15 +214,14 @@ private:
     }
 
     void CloseStartRecord() {
-        if (m_nStartLine != 0 && m_nMoved != 0) {
+        if (m_bMoved) {
             Add(FindingSeverity::ERROR, m_nStartLine,
-                FormatText(
-                    "The record of type 05 moves the %u data records after it to base 0x%08X",
-                    m_nMoved, m_nBaseBefore),
+                FormatText("The record of type 05 moves the data after it to base 0x%08X",
+                           m_nBaseBefore),
                 "Other tools take it for the start address only and leave the data where they are");
         }
         m_nStartLine = 0;
-        m_nMoved = 0;
+        m_bMoved = false;
     }
 
     void AddLinesAlike() {
@@ -244,18 +244,17 @@ private:
         std::string text;
         std::string error;
         CLinesAlike lines;
-        unsigned int records = 0;
+        bool hasRecords = false;
         while (m_Source.ReadLine(text, &error)) {
             ++m_nLine;
             // Old editors end a text with Ctrl-Z.
             if (!text.empty() && text != "\x1A") {
                 lines.Add(m_nLine);
-                records += text.front() == ':' ? 1 : 0;
+                hasRecords = hasRecords || text.front() == ':';
             }
         }
-        if (records != 0) {
-            Add(FindingSeverity::ERROR, lines.m_nFirst,
-                FormatText("%u records follow after the end record", records),
+        if (hasRecords) {
+            Add(FindingSeverity::ERROR, lines.m_nFirst, "More records follow after the end record",
                 "They are not loaded; of files that were joined, only the first is");
         } else if (lines.m_nCount != 0) {
             Add(FindingSeverity::WARNING, lines.m_nFirst, "Text follows after the end record",
@@ -290,7 +289,7 @@ private:
     unsigned int m_nBase = 0;
     unsigned int m_nBaseBefore = 0;
     unsigned int m_nStartLine = 0;  // of a record of type 05 that changed the base; 0 = none
-    unsigned int m_nMoved = 0;      // data records since then
+    bool m_bMoved = false;          // data followed
 
     std::unique_ptr<CAddressOccupancy> m_Occupied = std::make_unique<CAddressOccupancy>();
     unsigned int m_nOverlapAt = 0;

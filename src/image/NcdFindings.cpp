@@ -2,6 +2,7 @@
 
 #include "image/BinaryScan.h"
 #include "image/NcdFile.h"
+#include "util/FormatText.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ public:
 private:
     void Take(unsigned char type, bool endsPatchSet) {
         m_nSignatures += endsPatchSet ? 1 : 0;
-        m_nUnsigned = endsPatchSet ? 0 : m_nUnsigned + 1;
+        m_bUnsigned = !endsPatchSet;
         if (type > HIGHEST_RECORD_TYPE) {
             Add(WARNING, m_nPosition, FormatText("A record of the unknown type %u", type),
                 "It is sent as a patch record");
@@ -55,16 +56,15 @@ private:
                            m_nSignatures),
                 "It was cut short or put together wrongly");
         }
-        if (m_nUnsigned != 0) {
-            Add(WARNING, std::nullopt,
-                FormatText("%u records after the last signature", m_nUnsigned),
+        if (m_bUnsigned) {
+            Add(WARNING, std::nullopt, "Records follow after the last signature",
                 "They are sent, but no signature confirms them");
         }
     }
 
     unsigned int m_nPatchSets = 0;  // as the head of the file says
     unsigned int m_nSignatures = 0;
-    unsigned int m_nUnsigned = 0;  // records since the last signature
+    bool m_bUnsigned = false;  // a record since the last signature
 };
 
 }  // namespace

@@ -1,74 +1,6 @@
 #include "rules/DownloadRulesSet.h"
 
-#include <cstdio>
-#include <cstring>
-#include <string_view>
-#include <vector>
-
-#include "util/FileHandle.h"
-#include "util/TextLines.h"
-
-namespace {
-
-constexpr std::string_view SET_MARK = "DevicePreset";
-constexpr std::size_t FIRST_LINE_LENGTH = 249;
-constexpr std::size_t LINE_LENGTH = 1019;
-
-// "file", or "file@preset" with or without quotes around the preset.
-struct VNP_SOURCE {
-    std::string fileName;
-    std::string quotedPreset;  // empty: the first set
-};
-
-VNP_SOURCE SplitPath(const std::string& path) {
-    const std::size_t at = path.find('@');
-    if (at == std::string::npos) {
-        return {path, ""};
-    }
-    std::string preset = path.substr(at + 1);
-    if (!IsDoubleQuoted(preset.c_str())) {
-        preset = '"' + preset + '"';
-    }
-    return {path.substr(0, at), preset == "\"\"" ? "" : preset};
-}
-
-// A line that is too long comes in pieces, each a line of its own. A NUL ends its piece.
-bool ReadVnpLine(std::FILE* file, std::size_t maxLength, std::string& line) {
-    const bool found = ReadLinePiece(file, maxLength, line);
-    line.resize(std::strlen(line.c_str()));
-    return found;
-}
-
-bool StartsSet(std::string_view line) {
-    return line.starts_with(SET_MARK);
-}
-
-bool IsWantedSet(const std::string& line, const VNP_SOURCE& source) {
-    return source.quotedPreset.empty() || line.find(source.quotedPreset) != std::string::npos;
-}
-
-std::string QuotedText(const std::string& line) {
-    const std::size_t start = line.find('"');
-    const std::size_t end = line.find('"', start + 1);
-    return end == std::string::npos ? "" : line.substr(start + 1, end - start - 1);
-}
-
-void StoreParameterLine(CDownloadRulesSet& rules, std::string_view line) {
-    const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) {
-        return;
-    }
-    const std::string name(TrimmedView(line.substr(0, equals)));
-    std::string value(TrimmedView(line.substr(equals + 1)));
-    if (IsDoubleQuoted(value.c_str())) {
-        value = value.substr(1, value.size() - 2);
-    }
-    // Refused are parameters without a name or a value, and repeated ones, where the first value
-    // stays. Such lines are common in these files and must not keep the others from being used.
-    rules.SetDownloadParameter(name.c_str(), value.c_str(), false);
-}
-
-}  // namespace
+#include "rules/VnpFile.h"
 
 CDownloadRulesSet::CDownloadRulesSet(const char* name) : m_strName(name == nullptr ? "" : name) {}
 
@@ -78,33 +10,17 @@ std::string CDownloadRulesSet::LoadFromDownloadParametersFile(const char* path) 
 }
 
 bool CDownloadRulesSet::ProcessAsVnp(const char* path, std::string* error) {
-    const VNP_SOURCE source = SplitPath(path == nullptr ? "" : path);
-    const CFileHandle file = OpenFileForReading(source.fileName.c_str());
-    std::string line;
-    if (!file || !ReadVnpLine(file.get(), FIRST_LINE_LENGTH, line) || !StartsSet(line)) {
+    CVnpSet set;
+    if (!ReadVnpSet(path == nullptr ? "" : path, set, error)) {
         return false;
     }
-    const auto select = [&] {
-        m_strFileName = source.fileName;
-        m_strSetName = QuotedText(line);
-        return IsWantedSet(line, source);
-    };
-    bool selected = select();
-    while (ReadVnpLine(file.get(), LINE_LENGTH, line)) {
-        if (!StartsSet(line)) {
-            if (selected) {
-                StoreParameterLine(*this, line);
-            }
-        } else if (selected) {
-            break;
-        } else {
-            selected = select();
-        }
-    }
-    if (!selected) {
-        // Without a preset the first set is always taken, so one was named here.
-        *error = "In the VNP file " + source.fileName +
-                 " could not find a specified set of download parameters " + source.quotedPreset;
+    m_strFileName = set.m_strFileName;
+    m_strSetName = set.m_strName;
+    for (const CVnpParameter& parameter : set.m_Parameters) {
+        // Refused are parameters without a name or a value, and repeated ones, where the first
+        // value stays. Such lines are common in these files and must not keep the others from being
+        // used.
+        SetDownloadParameter(parameter.m_strName.c_str(), parameter.m_strValue.c_str(), false);
     }
     return true;
 }
