@@ -49,6 +49,16 @@ _hciload_options() {
 _hciload() {
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]^^}
     local common="-PORT -BAUDRATE -CONFIG -LOGTO -CAPTURETO -REPORTTO -RECORDDLTIME"
+    local alone="--check --help --version --list-ports" word
+    # What follows is completed as the run that is to be checked.
+    for word in --check --json; do
+        if [[ ${COMP_WORDS[1]} == "$word" ]] && ((COMP_CWORD > 1)); then
+            COMP_WORDS=("${COMP_WORDS[0]}" "${COMP_WORDS[@]:2}")
+            COMP_CWORD=$((COMP_CWORD - 1))
+            previous=${COMP_WORDS[COMP_CWORD-1]^^}
+            [[ $word == --check ]] && alone=--json || alone=""
+        fi
+    done
     # Outside quotes, bash takes the @ of "board.vnp@set" for a word of its own, but replaces "@set".
     local -i file=COMP_CWORD-2
     [[ $cur == @ ]] && file=COMP_CWORD-1 previous=@ cur=""
@@ -100,7 +110,7 @@ _hciload() {
         -ERASE -NOERASE -WRITE -NOWRITE -VERIFY -NOVERIFY -CHECKCRC"
     standard=${standard//$'\n'/ }
     if ((COMP_CWORD == 1)); then
-        _hciload_options "-VINTORMODE -RULES $common --help --version --list-ports"
+        _hciload_options "-VINTORMODE -RULES $common $alone"
     elif [[ ${COMP_WORDS[1]^^} == [-/]VINTORMODE ]]; then
         _hciload_options "$standard"
     else

@@ -188,6 +188,8 @@ class Completion(unittest.TestCase):
             ((*vintor, "-VNP", "d.vnp", "@"), ["@A\\ B", "@Ab"]),
             (("hciload", "-rules", "\"d.vnp@A "), ["d.vnp@A B"]),
             (("hciload", "--l"), ["--list-ports"]),
+            (("hciload", "--check", "--"), ["--json"]),
+            (("hciload", "--check", "--json", *vintor[1:], "-VNP", ""), ["d.vnp"]),
             ((*vintor, "-LOGTO", "n"), ["notes.txt"]),
             ((*vintor, "-NO"), ["-NODLMINIDRIVER", "-NOERASE", "-NOVERIFY", "-NOWRITE"]),
             ((*vintor, "-ERASE", "-NOV"), ["-NOVERIFY"]),
@@ -382,9 +384,10 @@ class Documents(unittest.TestCase):
                 " ".join(words[:n]) in literals and consists_of(words[n:], count - 1)
                 for n in range(len(words), 0, -1)))  # fmt: skip
 
-        page = (ROOT / "docs/troubleshooting.md").read_text(encoding="utf-8")
-        texts = re.findall(r"(?m)^(?:### |\| )`([^`]+)`", page)
-        self.assertGreater(len(texts), 50)
+        pages = [ROOT / "docs" / name for name in ("troubleshooting.md", "check.md")]
+        text = "".join(page.read_text(encoding="utf-8") for page in pages)
+        texts = re.findall(r"(?m)^(?:### |\| )`([^`]+)`", text)
+        self.assertGreater(len(texts), 100)
         pieces = [piece for text in texts for piece in re.split("…|(?<=: )", text)]
         self.assertEqual([piece for piece in pieces if not consists_of(piece.split(), 3)], [])
 
