@@ -1,9 +1,13 @@
 #include "FuzzInput.h"
+#include "image/HcdFindings.h"
 #include "image/ImageText.h"
+#include "image/NcdFindings.h"
+#include "util/FileHandle.h"
 #include "util/HexText.h"
 #include "util/Wrap32.h"
 
-// Any bytes as an HCD and as an NCD file, compared with the formats read once more from memory.
+// Any bytes as an HCD and as an NCD file, compared with the formats read once more from memory. A
+// check finds an error in each file that the loader refuses.
 
 namespace {
 
@@ -50,6 +54,8 @@ void CheckHcd(const char* path, const CFuzzInput& input, bool mergeAdjacent) {
     unsigned int launchAddress = UNTOUCHED;
     FUZZ_CHECK(image.LoadFromHCDFile(path, &launchAddress, mergeAdjacent) == plain.error);
     FUZZ_CHECK(RangesText(image) == plain.ranges);
+    FUZZ_CHECK(plain.error.empty() ||
+               StatusOfFindings(FindInHcdFile(OpenFileForReading(path).get(), path)) == 2);
     FUZZ_CHECK(launchAddress == (plain.error.empty() ? plain.number : UNTOUCHED));
     FUZZ_CHECK(image.IsLaunchAddressKnown() ==
                (plain.error.empty() && image.FindRangeWithThisAddress(plain.number) >= 0));
@@ -90,6 +96,8 @@ void CheckNcd(const char* path, CFuzzInput input) {
     CChipImageByteData image("CONFIG", "Configuration data", path);
     unsigned int patchSets = 0xA5A5A5A5U;
     FUZZ_CHECK(image.LoadFromNCDFile(path, &patchSets) == plain.error);
+    FUZZ_CHECK(plain.error.empty() ||
+               StatusOfFindings(FindInNcdFile(OpenFileForReading(path).get(), path)) == 2);
     FUZZ_CHECK(patchSets == plain.number);
     FUZZ_CHECK(RangesText(image) == plain.ranges);
     for (unsigned int i = 0; i < flags.size(); ++i) {

@@ -1,10 +1,13 @@
 #include <sstream>
 
 #include "FuzzInput.h"
+#include "image/HexFindings.h"
 #include "image/ImageText.h"
 #include "support/FullHexRules.h"
+#include "util/FileHandle.h"
 
-// Any text as an Intel HEX file. The loader, fast as it is, makes of it what the rules say.
+// Any text as an Intel HEX file. The loader, fast as it is, makes of it what the rules say, and a
+// check finds an error in each file that the loader refuses.
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static CMemoryFile file;
@@ -16,6 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string error = LoadByFullRules(path, allowOverlap, expected);
         FUZZ_CHECK(image.LoadFromHexFile(path, true, allowOverlap) == error);
         FUZZ_CHECK(ImageText(image) == ImageText(expected));
+        FUZZ_CHECK(allowOverlap || error.empty() ||
+                   StatusOfFindings(FindInHexFile(OpenFileForReading(path).get(), path)) == 2);
     }
     // Callers of the reader may hand it lines that no check has seen.
     CIntelHexReader reader;
