@@ -5,6 +5,7 @@ import json
 import pathlib
 import re
 import shutil
+import signal
 import socket
 import subprocess
 import threading
@@ -105,6 +106,14 @@ class Chip:
     def waited(self):
         return waited_for_processor(self._process)
 
+    @contextlib.contextmanager
+    def paused(self):
+        self._process.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            self._process.send_signal(signal.SIGCONT)
+
     def end(self):
         """Writes the chip's memory to the dump."""
         stop(self._process)
@@ -162,7 +171,7 @@ class Guest:
             self._qemu_command(socket_path),
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
-            stderr=(self._folder / "qemu.log").open("wb"),
+            stderr=(self._folder / "qemu.log").open("ab"),
         )
         self._console = Lines(self._qemu.stdout, self._folder / "console.log")
         self._monitor = Monitor(socket_path)
@@ -176,7 +185,7 @@ class Guest:
             *("-nodefaults", "-display", "none", "-no-reboot"),
             *("-kernel", next(self._kernel.glob("boot/vmlinuz-*"))),
             *("-initrd", self._folder / "initramfs"),
-            *("-append", "console=ttyS0 loglevel=1 panic=-1"),
+            *("-append", "console=ttyS0 loglevel=1 panic=-1 no_timer_check"),
             *("-qmp", f"unix:{monitor},server=on,wait=off"),
             *("-chardev", "stdio,id=console,signal=off"),
             *("-chardev", f"serial,id=serial,path={serial.link}"),
@@ -187,6 +196,10 @@ class Guest:
 
     def shut_down(self):
         self._processes.close()
+
+    def ended(self):
+        """Whether QEMU itself has ended, which is no fault of the program."""
+        return self._qemu.poll() is not None
 
     def waited(self):
         """How long the machine and the chips have waited for a processor since it was booted."""
@@ -226,7 +239,10 @@ class Guest:
         self.run("until [ -c /dev/ttyUSB0 ]; do usleep 10000; done")
 
     def pull(self):
-        self._monitor.execute("device_del", event="DEVICE_DELETED", id="adapter")
+        # QEMU 7.2 crashes if the adapter receives bytes while it is taken out.
+        with self._chips[1].paused():
+            time.sleep(0.05)
+            self._monitor.execute("device_del", event="DEVICE_DELETED", id="adapter")
 
     def wait_until_gone(self):
         self.run("while [ -c /dev/ttyUSB0 ]; do usleep 10000; done")
