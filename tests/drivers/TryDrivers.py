@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs hciload on the serial drivers of a Debian kernel and prints a table of what it did.
 
-    tests/drivers/TryDrivers.py BUILD KERNEL [--page FILE] [--pulls N] [--seed N]
+    tests/drivers/TryDrivers.py BUILD KERNEL [--only TEXT] [--page FILE]
+        [--pulls N] [--seed N]
 
 KERNEL is the unpacked package of a kernel. scripts/try-drivers prepares both and calls this.
 """
@@ -31,13 +32,13 @@ RULES = b"""DevicePreset = "Slow"
 DLConfigTargeting = FLASH
 DLSectorEraseMode = Chip erase
 DLWriteVerifyMode = Write and verify
-DLMaxWriteSize = 24
+DLMaxWriteSize = 48
 
 DevicePreset = "Unanswered"
 CustomVintorPreloadMessages = {01 03 0C 00} {FF FF FF FF} {6000}
 """
 FILES = ("minidriver.hex", "firmware.hex", "config.hcd", "nfc.vnp", "patch.ncd")
-CHIP_OPTIONS = ("--erase-time", "600")
+CHIP_OPTIONS = ("--erase-time", "250")
 
 OTHER_SETTINGS = "9600 parenb -cstopb echo icanon"
 RAW_8N1 = "115200 cs8 -parenb -cstopb -crtscts -ixon -icrnl -opost -icanon -echo -isig"
@@ -130,7 +131,7 @@ def whole_download(guest, port):
         expect_success(run)
     expect(port.chip.executed("Chip erase"), 1, "erases")
     expect(port.chip.executed("Launch RAM"), 2, "launches")
-    expect(port.chip.executed("Read RAM") > 100, True, "many records read back")
+    expect(port.chip.executed("Read RAM") > 50, True, "many records read back")
     return f"loaded and verified in {run.seconds:.1f} s"
 
 
@@ -333,9 +334,9 @@ def compare_memory(port):
     return ("equal to the files", True) if done.returncode == 0 else (done.stdout, False)
 
 
-def try_all(guest, ports, pulls):
+def try_all(guest, ports, rows):
     table = []
-    for name, row, adapter_only in make_rows(pulls):
+    for name, row, adapter_only in rows:
         cells = [("", True)] if adapter_only else []
         for port in ports[len(cells) :]:
             cells.append(try_row(guest, row, port))
@@ -351,7 +352,8 @@ def make_text(kernel, table):
     qemu = re.search(r"version (\S+)", version.stdout)[1]
     lines = [
         f"Tried with {kernel.name} in QEMU {qemu}, emulated on {platform.system()}"
-        f" {platform.machine()}, {os.cpu_count()} processors.",
+        f" {platform.machine()}, {os.cpu_count()} processors; load average"
+        f" {os.getloadavg()[0]:.1f} at the end.",
         "",
         "| Tried | 16550 | USB adapter |",
         "|---|---|---|",
@@ -375,6 +377,7 @@ def read_arguments():
     parser = argparse.ArgumentParser()
     parser.add_argument("build", type=lambda text: pathlib.Path(text).resolve())
     parser.add_argument("kernel", type=lambda text: pathlib.Path(text).resolve())
+    parser.add_argument("--only", default="")
     parser.add_argument("--page", type=pathlib.Path)
     parser.add_argument("--pulls", type=int, default=100)
     parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1 << 32))
@@ -399,7 +402,8 @@ def main():
         processes.callback(guest.shut_down)
         print(f"Booting {arguments.kernel.name}; seed of the pulls: {arguments.seed}", flush=True)
         guest.boot()
-        table = try_all(guest, ports, arguments.pulls)
+        rows = [row for row in make_rows(arguments.pulls) if re.search(arguments.only, row[0])]
+        table = try_all(guest, ports, rows)
     text = make_text(arguments.kernel, table)
     print(text)
     if arguments.page:
