@@ -122,6 +122,35 @@ def against_peers(hexload, folder, rows):
                      f"{pair.ratio:.1f} times faster", f"{goal} times", pair.ratio >= goal))  # fmt: skip
 
 
+def image_tool(hciimage, folder, rows):
+    """The program for image files against others that do the same."""
+    dense = str(folder / "dense.hex")
+    out = str(folder / "out")
+    info = [hciimage, "info"]
+    to_raw = [hciimage, "convert", dense, "--as", "raw", out]
+    to_hex = [hciimage, "convert", dense, "--as", "hex", out]
+    cases = [
+        ("info, 16 MiB dense, objdump -h", [*info, dense], ["objdump", "-h", dense], 5),
+        ("convert to raw, objcopy", to_raw, ["objcopy", "-I", "ihex", "-O", "binary", dense, out], 8),
+        ("convert to Intel HEX, objcopy", to_hex,
+         ["objcopy", "-I", "ihex", "-O", "ihex", dense, out], 5),
+        ("convert to Intel HEX, srec_cat", to_hex,
+         ["srec_cat", dense, "-intel", "-o", out, "-intel"], 20),
+    ]  # fmt: skip
+    for order in ("ascending", "shuffled"):
+        name = str(folder / f"{order}400000.hex")
+        cases.append((f"info, 400,000 ranges {order}, objdump -h", [*info, name],
+                      ["objdump", "-h", name], 10))  # fmt: skip
+    for title, ours, theirs, goal in cases:
+        pair = Pair(ours, theirs)
+        rows.append((f"hciimage {title}", milliseconds(pair.first), milliseconds(pair.second),
+                     f"{pair.ratio:.1f} times faster", f"{goal} times", pair.ratio >= goal))  # fmt: skip
+    pair = Pair([*info, dense], [hciimage, "diff", dense, dense])
+    rows.append(("hciimage diff of two 16 MiB files, one info", milliseconds(pair.second),
+                 milliseconds(pair.first), f"{pair.ratio:.2f} times", "3 times",
+                 pair.ratio <= 3))  # fmt: skip
+
+
 def memory(hexload, folder, rows):
     limit = 2 * 16 + 8
     for title, arguments in (
@@ -228,6 +257,7 @@ def main(arguments):
     rows = []
     hexload = str(build / "hexload")
     against_peers(hexload, folder, rows)
+    image_tool(str(build / "hciimage"), folder, rows)
     memory(hexload, folder, rows)
     growth(hexload, folder, rows)
     exchange(str(build / "bench_hciload"), rows)

@@ -42,8 +42,10 @@ CAddressMap::CAddressMap(std::span<const CChipImageByteData* const> images) {
     for (const CChipImageByteData* image : images) {
         AddImage(*image, source++);
     }
-    SortPieces();
-    CutOverlaps();
+    if (!m_bInOrder) {
+        SortPieces();
+        CutOverlaps();
+    }
 }
 
 void CAddressMap::AddImage(const CChipImageByteData& image, std::uint32_t source) {
@@ -54,43 +56,47 @@ void CAddressMap::AddImage(const CChipImageByteData& image, std::uint32_t source
         const std::span bytes(range.GetDataBuffer(), range.GetDataByteSize());
         const std::uint64_t below = std::min<std::uint64_t>(bytes.size(), ADDRESS_SPACE - address);
         if (below != 0) {
-            m_Pieces.push_back({address, source, bytes.first(below)});
+            AddPiece({address, source, bytes.first(below)});
         }
         if (below != bytes.size()) {
-            m_Pieces.push_back({0, source, bytes.subspan(below)});
+            AddPiece({0, source, bytes.subspan(below)});
         }
     }
 }
 
-// Files are mostly in order already. Images of very many ranges are not: by three digits of 11
-// bits, several times faster than by comparisons.
+void CAddressMap::AddPiece(const CMemoryPiece& piece) {
+    m_bInOrder = m_bInOrder && (m_Pieces.empty() || m_Pieces.back().End() <= piece.m_nAddress);
+    m_Pieces.push_back(piece);
+}
+
+// By three digits of 11 bits: a file may have very many areas in no order. Only addresses and
+// indexes move.
 void CAddressMap::SortPieces() {
-    constexpr std::size_t MANY = 10'000;
-    if (std::ranges::is_sorted(m_Pieces, IsBefore)) {
-        return;
+    std::vector<std::uint64_t> keys(m_Pieces.size());
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        keys[i] = std::uint64_t{m_Pieces[i].m_nAddress} << 32 | i;
     }
-    if (m_Pieces.size() < MANY) {
-        std::ranges::stable_sort(m_Pieces, IsBefore);
-        return;
-    }
-    std::vector<CMemoryPiece> sorted(m_Pieces.size());
-    for (const unsigned int shift : {0U, 11U, 22U}) {
+    std::vector<std::uint64_t> sorted(keys.size());
+    for (const unsigned int shift : {32U, 43U, 54U}) {
         std::array<std::size_t, 2048> next{};
-        const auto digit = [shift](const CMemoryPiece& piece) {
-            return piece.m_nAddress >> shift & 2047;
-        };
-        for (const CMemoryPiece& piece : m_Pieces) {
-            ++next[digit(piece)];
+        for (const std::uint64_t key : keys) {
+            ++next[key >> shift & 2047];
         }
         std::size_t before = 0;
         for (std::size_t& start : next) {
             before += std::exchange(start, before);
         }
-        for (const CMemoryPiece& piece : m_Pieces) {
-            sorted[next[digit(piece)]++] = piece;
+        for (const std::uint64_t key : keys) {
+            sorted[next[key >> shift & 2047]++] = key;
         }
-        m_Pieces.swap(sorted);
+        keys.swap(sorted);
     }
+    std::vector<CMemoryPiece> pieces;
+    pieces.reserve(keys.size());
+    for (const std::uint64_t key : keys) {
+        pieces.push_back(m_Pieces[key & 0xFFFFFFFF]);
+    }
+    m_Pieces.swap(pieces);
 }
 
 void CAddressMap::CutOverlaps() {

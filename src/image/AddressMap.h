@@ -44,10 +44,12 @@ public:
 
 private:
     void AddImage(const CChipImageByteData& image, std::uint32_t source);
+    void AddPiece(const CMemoryPiece& piece);
     void SortPieces();
     void CutOverlaps();
     void RecordOverlaps(const CMemoryPiece& piece);
 
+    bool m_bInOrder = true;  // as most files are: neither sorted nor cut
     std::vector<CMemoryPiece> m_Pieces;
     std::vector<CAddressOverlap> m_Overlaps;
 };

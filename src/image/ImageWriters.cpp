@@ -1,6 +1,7 @@
 #include "image/ImageWriters.h"
 
 #include <array>
+#include <numeric>
 
 #include "corekit/intelhex/IntelHexBasics.h"
 #include "image/HciCommand.h"
@@ -56,22 +57,16 @@ std::string_view AsText(std::span<const unsigned char> bytes) {
 
 void AppendHexRecord(std::string& text, unsigned int type, std::uint32_t address,
                      std::span<const unsigned char> bytes) {
-    const auto count = static_cast<unsigned int>(bytes.size());
+    const unsigned char head[] = {
+        static_cast<unsigned char>(bytes.size()), static_cast<unsigned char>(address >> 8),
+        static_cast<unsigned char>(address), static_cast<unsigned char>(type)};
+    const unsigned int sum =
+        std::accumulate(bytes.begin(), bytes.end(), std::accumulate(head, std::end(head), 0U));
     std::array<char, 1 + 2 * (4 + 255 + 1) + 1> line;
     char* out = line.data();
     *out++ = ':';
-    unsigned int sum = 0;
-    const auto put = [&](unsigned int value) {
-        out = PutHexByte(out, static_cast<unsigned char>(value));
-        sum += value;
-    };
-    for (const unsigned int value : {count, address >> 8 & 0xFF, address & 0xFF, type}) {
-        put(value);
-    }
-    for (const unsigned char value : bytes) {
-        put(value);
-    }
-    put(0x100 - (sum & 0xFF));
+    out = PutHexBytes(PutHexBytes(out, head), bytes);
+    out = PutHexByte(out, static_cast<unsigned char>(0x100 - (sum & 0xFF)));
     *out++ = '\n';
     text.append(line.data(), out);
 }

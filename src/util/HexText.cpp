@@ -1,5 +1,9 @@
 #include "util/HexText.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -91,6 +95,30 @@ bool ParseHexBytesWithoutDelimiters(const char* text, unsigned char* out, unsign
 
 char HexDigit(unsigned char value) {
     return "0123456789ABCDEF"[value & 0x0FU];
+}
+
+char* PutHexBytes(char* out, std::span<const unsigned char> bytes) {
+#if defined(__SSE2__)
+    // Sixteen bytes at a time: digits above 9 lie seven characters further on.
+    const __m128i mask = _mm_set1_epi8(0x0F);
+    const auto digits = [mask](__m128i values) {
+        const __m128i low = _mm_and_si128(values, mask);
+        const __m128i isLetter = _mm_cmpgt_epi8(low, _mm_set1_epi8(9));
+        return _mm_add_epi8(_mm_add_epi8(low, _mm_set1_epi8('0')),
+                            _mm_and_si128(isLetter, _mm_set1_epi8('A' - '9' - 1)));
+    };
+    for (; bytes.size() >= 16; bytes = bytes.subspan(16), out += 32) {
+        const __m128i values = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes.data()));
+        const __m128i high = digits(_mm_srli_epi16(values, 4));
+        const __m128i low = digits(values);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(high, low));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16), _mm_unpackhi_epi8(high, low));
+    }
+#endif
+    for (const unsigned char byte : bytes) {
+        out = PutHexByte(out, byte);
+    }
+    return out;
 }
 
 void AppendHexByte(std::string& text, unsigned char byte) {

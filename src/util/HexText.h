@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstring>
+#include <span>
 #include <string>
 
 // Bytes as hexadecimal text.
@@ -40,6 +41,9 @@ inline char* PutHexByte(char* out, unsigned char byte) {
     std::memcpy(out, PAIRS[byte].data(), 2);
     return out + 2;
 }
+
+// The same for many bytes.
+char* PutHexBytes(char* out, std::span<const unsigned char> bytes);
 
 // Appends two upper-case digits.
 void AppendHexByte(std::string& text, unsigned char byte);

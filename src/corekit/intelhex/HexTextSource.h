@@ -36,7 +36,7 @@ public:
     bool ReadLine(std::string& line, std::string* error);
 
 private:
-    static constexpr std::size_t BLOCK_SIZE = std::size_t{256} * 1024;
+    static constexpr std::size_t BLOCK_SIZE = std::size_t{64} * 1024;
     static_assert(LINES_KEPT * LINE_BUFFER_SIZE < BLOCK_SIZE - LINE_BUFFER_SIZE);
 
     void Fill();
