@@ -182,7 +182,7 @@ CRunPlan MakeRunPlan(const CRequest& request, const CChipImageLoadingInformation
 
 std::string CRunPlan::Text() const {
     const bool isStandard = m_strKind == "standard";
-    std::string text = m_strKind + " download to " + m_strPort;
+    std::string text = m_strKind + " download" + (m_strPort.empty() ? "" : " to " + m_strPort);
     text.front() = static_cast<char>(std::toupper(text.front()));
     text += m_strMemory.empty() ? "\n" : ", memory " + m_strMemory + "\n";
     for (const std::string& phase : m_Phases) {

@@ -1,5 +1,19 @@
 #include "util/ForeignFormat.h"
 
+#include <algorithm>
+
+namespace {
+
+// Whether text that should be one line is several. Binary data hold any byte, CR as well.
+bool HasReturnsAlone(std::string_view line) {
+    const auto isText = [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\r'; };
+    const std::size_t end = line.find_last_not_of('\r');
+    return end != std::string_view::npos && line.substr(0, end).find('\r') != line.npos &&
+           std::all_of(line.begin(), line.end(), isText);
+}
+
+}  // namespace
+
 std::optional<CForeignFormat> FindForeignFormat(std::string_view start) {
     using namespace std::string_view_literals;
     static constexpr struct {
@@ -22,9 +36,7 @@ std::optional<CForeignFormat> FindForeignFormat(std::string_view start) {
             return CForeignFormat{what, whatToDo};
         }
     }
-    const std::string_view firstLine = start.substr(0, start.find('\n'));
-    const std::size_t ret = firstLine.find('\r');
-    if (ret != std::string_view::npos && ret + 1 < firstLine.size() && firstLine[ret + 1] != '\r') {
+    if (HasReturnsAlone(start.substr(0, start.find('\n')))) {
         return CForeignFormat{"Lines end in CR alone", "mac2unix converts them"};
     }
     return std::nullopt;
