@@ -375,7 +375,8 @@ class Documents(unittest.TestCase):
 
     def test_error_texts_are_the_program_s(self):
         """Each documented text between gaps and colons consists of at most three string literals."""
-        sources = "".join(path.read_text(encoding="utf-8") for path in ROOT.glob("src/**/*.[ch]*"))
+        files = [*ROOT.glob("src/**/*.[ch]*"), *ROOT.glob("hciimage/*.[ch]*")]
+        sources = "".join(path.read_text(encoding="utf-8") for path in files)
         whole = re.sub(r'"\s*\n\s*"', "", sources)
         literals = "\n".join(re.findall(r'"((?:[^"\\\n]|\\.)*)"', whole))
 
