@@ -52,9 +52,15 @@ ERASE_SECONDS = 70
 REPETITIONS = 10
 BUSY = 0.2
 
+CRASHES = (signal.SIGABRT, signal.SIGBUS, signal.SIGFPE, signal.SIGILL, signal.SIGSEGV)
+
 
 class Unexpected(Exception):
     """The program did something else than a row expects."""
+
+
+class Crashed(Exception):
+    """The program ended by a signal of its own."""
 
 
 @dataclasses.dataclass
@@ -84,6 +90,8 @@ class Run:
         """Returns the exit status and the last line of standard error."""
         status, text = self._guest.run("wait $pid; s=$?; tail -n 1 err; (exit $s)", seconds)
         self.seconds = time.monotonic() - self._started
+        if status - 128 in CRASHES:
+            raise Crashed(signal.Signals(status - 128).name)
         return status, text.splitlines()[-1].strip() if text else ""
 
 
@@ -259,22 +267,32 @@ def pulled_at_random(guest, port, pulls):
     begun = time.monotonic()
     whole_download(guest, port)
     duration = time.monotonic() - begun
-    ends = collections.Counter()
-    slowest = 0
+    ends = []
     for _ in range(pulls):
+        seen, good = try_row(guest, pulled_after(random.uniform(0, duration)), port)
+        if not good:
+            raise Unexpected(f"pull {len(ends) + 1}: {seen}")
+        ends.append(seen)
+    statuses = collections.Counter(status for status, _ in ends)
+    counts = ", ".join(f"{statuses[status]} with status {status}" for status in sorted(statuses))
+    return f"{counts}; at most {max(seconds for _, seconds in ends):.1f} s after the pull"
+
+
+def pulled_after(delay):
+    def row(guest, port):
         run = Run(guest, port.load())
-        time.sleep(random.uniform(0, duration))
+        time.sleep(delay)
         guest.pull()
         begun = time.monotonic()
         status, text = run.end(ERASE_SECONDS)
-        slowest = max(slowest, time.monotonic() - begun)
+        seconds = time.monotonic() - begun
         expect(status in (0, 241, 254), True, f"exit status {status} ({text})")
         expect(status == 0 or text != "", True, "an error text")
-        ends[status] += 1
         guest.wait_until_gone()
         guest.plug()
-    counts = ", ".join(f"{ends[status]} with status {status}" for status in sorted(ends))
-    return f"{counts}; at most {slowest:.1f} s after the pull"
+        return status, seconds
+
+    return row
 
 
 def kernel_log(guest, _port):
@@ -314,12 +332,13 @@ def try_row(guest, row, port):
         waited = guest.waited()
         try:
             return row(guest, port), True
-        except (Unexpected, Hung) as error:
+        except (Crashed, Hung, Unexpected) as error:
             result = f"{type(error).__name__.upper()}: {error}"
+            crashed = isinstance(error, Crashed)
             busy = (guest.waited() - waited) / (time.monotonic() - begun)
             ended = guest.ended()
             guest.boot()  # what the row left running must not disturb the next one
-        if busy < BUSY and not ended:
+        if crashed or (busy < BUSY and not ended):
             break
         reason = "QEMU ended" if ended else f"other work took {busy:.0%} of the time"
         print(f"Again, since {reason}: {result}", flush=True)
