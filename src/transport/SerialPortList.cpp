@@ -68,17 +68,22 @@ std::string LastingNameOf(const fs::path& device, const fs::path& dev) {
     return {};
 }
 
-std::string HoldersOf(const fs::path& device, const fs::path& proc) {
+bool HasOpen(const fs::path& process, const fs::path& file) {
+    const std::vector<fs::path> open = EntriesOf(process / "fd");
+    return std::any_of(open.begin(), open.end(),
+                       [&](const fs::path& link) { return LinkTarget(link) == file; });
+}
+
+// Who plays the chip on a pseudo-terminal holds both ends of it, and does not count.
+std::string HoldersOf(const fs::path& device, const CSystemFolders& folders) {
+    const fs::path dev = folders.m_strDev;
+    const bool isPseudo = device.parent_path() == Resolved(dev / "pts");
     std::string holders;
-    for (const fs::path& process : EntriesOf(proc)) {
+    for (const fs::path& process : EntriesOf(folders.m_strProc)) {
         const std::string number = process.filename();
-        if (number.find_first_not_of("0123456789") != std::string::npos ||
-            number == std::to_string(getpid())) {
-            continue;
-        }
-        const std::vector<fs::path> open = EntriesOf(process / "fd");
-        if (std::any_of(open.begin(), open.end(),
-                        [&](const fs::path& link) { return LinkTarget(link) == device; })) {
+        if (number.find_first_not_of("0123456789") == std::string::npos &&
+            number != std::to_string(getpid()) && HasOpen(process, device) &&
+            !(isPseudo && HasOpen(process, dev / "ptmx"))) {
             holders +=
                 (holders.empty() ? "" : ", ") + LineIn(process / "comm") + " (" + number + ")";
         }
@@ -126,6 +131,7 @@ std::vector<CSerialPortInfo> ListSerialPorts(const CSystemFolders& folders) {
         return std::pair(left.size(), left) < std::pair(right.size(), right);
     });
     std::vector<CSerialPortInfo> ports;
+    ports.reserve(names.size());
     for (const std::string& name : names) {
         ports.push_back(DescribeSerialPort(name, folders));
     }
@@ -139,6 +145,6 @@ CSerialPortInfo DescribeSerialPort(const std::string& name, const CSystemFolders
     port.m_strLastingName = LastingNameOf(device, folders.m_strDev);
     port.m_strDriver = DriverOf(fs::path(folders.m_strSys) / "class" / "tty" / device.filename());
     DescribeAccess(port);
-    port.m_strHolders = HoldersOf(device, folders.m_strProc);
+    port.m_strHolders = HoldersOf(device, folders);
     return port;
 }

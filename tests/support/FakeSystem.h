@@ -26,7 +26,8 @@ public:
     void Hold(const std::string& process, const std::string& device) const {
         std::filesystem::create_directories(PathOf("proc/" + process + "/fd"));
         Write("proc/" + process + "/comm", "mini com\n");
-        std::filesystem::create_symlink(PathOf("dev/" + device),
-                                        PathOf("proc/" + process + "/fd/9"));
+        std::filesystem::create_symlink(
+            PathOf("dev/" + device),
+            PathOf("proc/" + process + "/fd/" + std::to_string(device.size())));
     }
 };
