@@ -14,7 +14,7 @@
 namespace {
 
 struct CRow {
-    const char* m_szPart;     // of the error text; the first row that fits counts
+    const char* m_szPart;  // of the error text; the first row that fits counts, the last fits all
     const char* m_szSection;  // of the page on troubleshooting
     const char* m_szAdvice;
 };

@@ -20,7 +20,7 @@ struct CFailure {
 // What to do about the failure: at most two lines, each of which begins with "hint: ".
 std::string MakeHints(const CFailure& failure, const CSystemFolders& folders);
 
-// A line about what the request asks for in vain; empty if nothing.
+// A hint about an option that will have no effect; empty if there is none.
 std::string MakeHintBeforeDownload(const CRequest& request);
 
 inline constexpr char HINT_NOTHING_TO_LOAD[] =

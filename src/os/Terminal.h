@@ -26,8 +26,8 @@ public:
     // Columns, 80 if the terminal does not tell.
     unsigned int Width() const;
 
-    // Shows a text, shorter than the width, in place of the status line. It stays until it is
-    // erased, which whoever prints anything else has to do before.
+    // Shows a text, shorter than the width, in place of the status line so far. Erase it before you
+    // print anything else.
     void DrawStatusLine(std::string_view text) const;
 
     // Does nothing without one. For any thread, and async-signal-safe.

@@ -15,8 +15,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
 FailurePlaces PlaceOf(const std::string& name) {
     return name.ends_with("ommand line") ? FAILED_COMMAND_LINE
            : name.ends_with("port")      ? FAILED_PORT
@@ -25,17 +23,11 @@ FailurePlaces PlaceOf(const std::string& name) {
 
 TEST(Hints, SayWhatToDo) {
     const CFakeSystem system;
-    for (const char* port : {"ttyS1", "ttyS2", "ttyUSB0"}) {
-        system.MakePort(port, nullptr);
-    }
-    system.Hold("4711", "ttyUSB0");
-    fs::permissions(system.PathOf("dev/ttyUSB0"), fs::perms(0660));
-    fs::create_symlink("/dev/tty", system.PathOf("dev/by-id"));
     const std::map<std::string, int> errors = {
         {"", 0}, {"own", 0}, {"ENOENT", ENOENT}, {"EIO", EIO}, {"EACCES", EACCES}};
     const auto expanded = [&](std::string text) {
         for (const auto& [word, value] : std::vector<std::pair<std::string, std::string>>{
-                 {"ALL", "this machine has DEV/ttyS1, DEV/ttyS2, DEV/ttyUSB0"},
+                 {"ALL", "this machine has DEV/ttySIM, DEV/ttyUSB9, DEV/ttyUSB10, DEV/ttyBOARD1"},
                  {"DEV", system.PathOf("dev")},
                  {"GROUP", getgrgid(getegid())->gr_name},
                  {" USER", std::string(" ") + getpwuid(geteuid())->pw_name}}) {

@@ -1,7 +1,6 @@
 #include "os/Terminal.h"
 
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
 
 #include <cstdlib>
 
@@ -61,21 +60,6 @@ TEST(Terminal, ShowsAStatusLineWhereItIsWanted) {
     for (const char* name : {"TERM", "NO_COLOR", "HCILOAD_PROGRESS"}) {
         unsetenv(name);
     }
-}
-
-TEST(Terminal, KnowsItsWidthAndItsDevice) {
-    const COpenTerminal terminal;
-    const COpenTerminal other;
-    const CTerminal shown(terminal.m_pStream);
-    EXPECT_EQ(shown.Width(), 80U);
-    winsize size{};
-    size.ws_col = 33;
-    ioctl(terminal.Slave(), TIOCSWINSZ, &size);
-    EXPECT_EQ(shown.Width(), 33U);
-    EXPECT_TRUE(shown.IsDevice(terminal.Path()));
-    EXPECT_FALSE(shown.IsDevice(other.Path()));
-    EXPECT_FALSE(shown.IsDevice("/dev/tty"));  // not the terminal of this session
-    EXPECT_FALSE(shown.IsDevice("/no/such/device"));
 }
 
 }  // namespace

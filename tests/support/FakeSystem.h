@@ -1,33 +1,52 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include "support/TempDir.h"
 #include "transport/SerialPortList.h"
 
-// Folders that stand for /dev, /sys and /proc.
+// Folders that stand for /dev, /sys and /proc of a machine with two USB ports and a simulated chip.
+// "mini com" holds ttyUSB9, which its group may open; the chip holds both ends of its port.
+// Besides, there are a console, a port without hardware, and a link that leads nowhere. Files stand
+// for device nodes, which only root could make.
 class CFakeSystem : public CTempDir {
 public:
-    CSystemFolders Folders() const { return {PathOf("dev"), PathOf("sys"), PathOf("proc")}; }
-
-    // A file stands for the device node, which only root could make. type may be null.
-    void MakePort(const std::string& name, const char* type) const {
+    CFakeSystem() {
         namespace fs = std::filesystem;
-        const std::string entry = PathOf("sys/class/tty/" + name);
-        fs::create_directories(entry);
-        fs::create_directories(PathOf("dev"));
-        fs::create_directory_symlink(PathOf("sys/devices/port:0.0"), entry + "/device");
-        fs::create_directories(PathOf("sys/devices/port:0.0"));
-        Write("dev/" + name, "");
-        fs::permissions(PathOf("dev/" + name), fs::perms(0640));
-        if (type != nullptr) {
-            Write("sys/class/tty/" + name + "/type", std::string(type) + "\n");
+        for (const char* folder :
+             {"dev/serial/by-id", "dev/pts", "sys/port:0.0", "sys/class/tty/tty1",
+              "sys/class/tty/ttyS0", "sys/class/tty/ttyUSB9", "sys/class/tty/ttyUSB10",
+              "proc/4711/fd", "proc/42/fd", "proc/self/fd"}) {
+            fs::create_directories(PathOf(folder));
+        }
+        for (const char* file :
+             {"dev/tty1", "dev/ttyS0", "dev/ttyUSB9", "dev/ttyUSB10", "dev/pts/7"}) {
+            chmod(Write(file, "").c_str(), 0640);
+        }
+        chmod(PathOf("dev/ttyUSB9").c_str(), 0660);
+        Write("sys/class/tty/ttyS0/type", "0\n");
+        Write("sys/class/tty/ttyUSB9/type", "4\n");
+        Write("proc/4711/comm", "mini com\n");
+        for (const auto& [link, target] :
+             std::initializer_list<std::pair<const char*, std::string>>{
+                 {"dev/serial/by-id/usb-A1", "../../ttyUSB9"},
+                 {"dev/ttyBOARD1", "ttyUSB9"},
+                 {"dev/ttySIM", "pts/7"},
+                 {"dev/ttyGONE", "gone"},
+                 {"dev/by-id", "/dev/tty"},
+                 {"sys/class/tty/ttyS0/device", PathOf("sys/port:0.0")},
+                 {"sys/class/tty/ttyUSB9/device", PathOf("sys/port:0.0")},
+                 {"sys/class/tty/ttyUSB10/device", PathOf("sys/port:0.0")},
+                 {"sys/port:0.0/subsystem", "/bus/serial-base"},
+                 {"sys/port:0.0/driver", "/drivers/port"},
+                 {"sys/driver", "/drivers/cdc_acm"},
+                 {"proc/4711/fd/9", PathOf("dev/ttyUSB9")},
+                 {"proc/self/fd/9", PathOf("dev/ttyUSB9")},
+                 {"proc/42/fd/3", PathOf("dev/pts/7")},
+                 {"proc/42/fd/4", PathOf("dev/ptmx")}}) {
+            fs::create_symlink(target, PathOf(link));
         }
     }
 
-    void Hold(const std::string& process, const std::string& device) const {
-        std::filesystem::create_directories(PathOf("proc/" + process + "/fd"));
-        Write("proc/" + process + "/comm", "mini com\n");
-        std::filesystem::create_symlink(
-            PathOf("dev/" + device),
-            PathOf("proc/" + process + "/fd/" + std::to_string(device.size())));
-    }
+    CSystemFolders Folders() const { return {PathOf("dev"), PathOf("sys"), PathOf("proc")}; }
 };
