@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -28,8 +29,10 @@ std::string Show(const CByteBuffer& buffer) {
 }
 
 unsigned char* NewBlock(const char* text) {
-    const std::size_t size = std::strlen(text);
-    return static_cast<unsigned char*>(std::memcpy(new unsigned char[size], text, size));
+    const std::string_view bytes(text);
+    auto* const block = new unsigned char[bytes.size()];
+    std::ranges::copy(bytes, block);
+    return block;
 }
 
 // A leak checker sees that what is adopted is freed, a memory checker that nothing else is.
