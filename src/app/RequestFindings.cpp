@@ -122,6 +122,17 @@ private:
         if (m_Request.m_nMinidriverChunkSize != 0 && !hasMinidriver) {
             Add(WARNING, "-DLMINIDRIVERCHUNKSIZE has no effect", "There is no -MINIDRIVER");
         }
+        for (const CPlannedFile& file : m_Plan.m_Files) {
+            const auto named = file.m_pImage->GetFileFacts().m_LaunchAddress;
+            const unsigned int launched = MinidriverLaunchAddress(*file.m_pImage);
+            if (file.m_strKind == "minidriver" && named && *named != launched) {
+                Add(WARNING, FormatText("The minidriver names the start address 0x%08X", *named),
+                    FormatText("It is launched at 0x%08X; only an HCD launch record counts, and "
+                               "only inside the minidriver",
+                               launched),
+                    file.m_strName);
+            }
+        }
     }
 
     // The download drops a message that lacks a brace, and all after it.

@@ -129,9 +129,7 @@ std::string FileText(const CPlannedFile& file, bool hasAddresses) {
         file.m_strKind + " " + file.m_strName +
         FormatText(": %u bytes in %u records", image.GetTotalByteSize(), file.m_nRecords);
     if (file.m_strKind == "minidriver") {
-        text += FormatText(", launched at 0x%08X", image.IsLaunchAddressKnown()
-                                                       ? image.GetLaunchAddress()
-                                                       : image.GetFirstAddressLoaded());
+        text += FormatText(", launched at 0x%08X", MinidriverLaunchAddress(image));
     }
     text += '\n';
     for (unsigned int i = 0; hasAddresses && i < count && i < MAX_SHOWN_AREAS; ++i) {
@@ -160,6 +158,10 @@ CJsonText FileJson(const CPlannedFile& file, bool hasAddresses) {
 }
 
 }  // namespace
+
+unsigned int MinidriverLaunchAddress(const CChipImageByteData& image) {
+    return image.IsLaunchAddressKnown() ? image.GetLaunchAddress() : image.GetFirstAddressLoaded();
+}
 
 CRunPlan MakeRunPlan(const CRequest& request, const CChipImageLoadingInformation& info,
                      const std::string& error) {

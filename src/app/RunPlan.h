@@ -31,6 +31,9 @@ struct CRunPlan {
     CJsonText Json() const;
 };
 
+// Where the download launches a minidriver.
+unsigned int MinidriverLaunchAddress(const CChipImageByteData& image);
+
 // Plans the run of a request from its images, which info holds once it is prepared and keeps;
 // error is what the preparation returned.
 CRunPlan MakeRunPlan(const CRequest& request, const CChipImageLoadingInformation& info,
