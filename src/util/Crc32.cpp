@@ -60,7 +60,8 @@ constexpr long long PowerOfX(unsigned int n) {
     for (; n > 0; --n) {
         power = (power & 1U) != 0 ? power >> 1 ^ POLYNOMIAL : power >> 1;
     }
-    return static_cast<long long>(std::uint64_t{power} << 1);
+    const std::uint64_t shifted = std::uint64_t{power} << 1;
+    return static_cast<long long>(shifted);
 }
 
 __m128i Load(const unsigned char* bytes) {

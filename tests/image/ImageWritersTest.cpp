@@ -8,6 +8,7 @@
 #include "image/ImageFile.h"
 #include "support/SampleImages.h"
 #include "support/TempDir.h"
+#include "util/FormatText.h"
 
 namespace {
 
@@ -88,16 +89,17 @@ TEST(ImageWriters, OtherProgramsReadTheSameBytes) {
         GTEST_SKIP() << "no objcopy or no srec_cat";
     }
     const CTempDir folder;
-    const std::string out = folder.PathOf("out");
     for (unsigned int seed = 100; seed < 116; seed += 2) {
         const CRandomImage image(seed);
         const CAddressMap map = MapOf(image.m_Image);
-        const std::string hex = folder.Write("hex", image.Write(map));
-        EXPECT_TRUE(isDone("objcopy -I ihex -O binary --gap-fill 255 " + hex + " " + out)) << seed;
+        folder.Write("hex", image.Write(map));
+        const auto isDoneInFolder = [&](const std::string& command) {
+            return isDone(FormatText("cd '%s' && %s", folder.Path().c_str(), command.c_str()));
+        };
+        EXPECT_TRUE(isDoneInFolder("objcopy -I ihex -O binary --gap-fill 255 hex out")) << seed;
         EXPECT_TRUE(folder.Read("out") == Filled(map, 0xFF)) << seed;
-        const std::string start = std::to_string(map.Pieces().front().m_nAddress);
-        EXPECT_TRUE(
-            isDone("srec_cat " + hex + " -intel -offset -" + start + " -o " + out + " -binary"))
+        EXPECT_TRUE(isDoneInFolder(FormatText("srec_cat hex -intel -offset -%u -o out -binary",
+                                              map.Pieces().front().m_nAddress)))
             << seed;
         EXPECT_TRUE(folder.Read("out") == Filled(map, 0)) << seed;
     }
