@@ -49,7 +49,7 @@ _hciload_options() {
 _hciload() {
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]^^}
     local common="-PORT -BAUDRATE -CONFIG -LOGTO -CAPTURETO -REPORTTO -RECORDDLTIME"
-    local alone="--check --help --version --list-ports" word
+    local alone="--check --read --crc --help --version --list-ports" word
     # What follows is completed as the run that is to be checked.
     for word in --check --json; do
         if [[ ${COMP_WORDS[1]} == "$word" ]] && ((COMP_CWORD > 1)); then
@@ -59,6 +59,16 @@ _hciload() {
             [[ $word == --check ]] && alone=--json || alone=""
         fi
     done
+    local -i readout=0 # words of its own
+    case ${COMP_WORDS[1]} in
+        --read) readout=3 ;;
+        --crc) readout=2 ;;
+    esac
+    if ((readout > 0 && COMP_CWORD > 1 && COMP_CWORD <= readout)); then
+        COMPREPLY=()
+        ((COMP_CWORD < 3)) || mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+        return
+    fi
     # Outside quotes, bash takes the @ of "board.vnp@set" for a word of its own, but replaces "@set".
     local -i file=COMP_CWORD-2
     [[ $cur == @ ]] && file=COMP_CWORD-1 previous=@ cur=""
@@ -111,6 +121,8 @@ _hciload() {
     standard=${standard//$'\n'/ }
     if ((COMP_CWORD == 1)); then
         _hciload_options "-VINTORMODE -RULES $common $alone"
+    elif ((readout > 0)); then
+        _hciload_options "-PORT -BAUDRATE -VNP -MINIDRIVER -NODLMINIDRIVER -DLMINIDRIVERCHUNKSIZE -LOGTO -CAPTURETO -REPORTTO"
     elif [[ ${COMP_WORDS[1]^^} == [-/]VINTORMODE ]]; then
         _hciload_options "$standard"
     else

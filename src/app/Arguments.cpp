@@ -175,6 +175,11 @@ constexpr COption OPTIONS[] = {
     {"CONFIG", VALUE, TakeDataFile<CONFIG, &CChipDownloadDescriptor::AddConfigDataFileName>},
 };
 
+// Those that make sense where memory is read in place of a download.
+constexpr std::string_view READOUT_OPTIONS[] = {
+    "NODLMINIDRIVER", "VNP",       "PORT",    "DLMINIDRIVERCHUNKSIZE", "BAUDRATE", "MINIDRIVER",
+    "LOGTO",          "CAPTURETO", "REPORTTO"};
+
 const COption* FindOption(const std::string& name, const CRequest& request, int position) {
     const auto* option =
         std::find_if(std::begin(OPTIONS), std::end(OPTIONS), [&](const COption& candidate) {
@@ -204,7 +209,7 @@ std::string CheckOutputs(const CRequest& request) {
     }
     for (const std::string output :
          {request.m_Descriptor.GetLogFileName(), request.m_strCaptureFile.c_str(),
-          request.m_strReportFile.c_str(),
+          request.m_strReportFile.c_str(), request.m_strMemoryFile.c_str(),
           g_bRecordDownloadTimeInFile ? DOWNLOAD_TIMES_FILE : ""}) {
         for (const auto& [kind, other] : others) {
             if (!output.empty() && IsSameFile(output, other)) {
@@ -233,6 +238,10 @@ std::string ReadOptions(int argc, char** argv, CRequest& request) {
             return "Unexpected argument " + argument;
         }
         const std::string name = UpperCaseCopy(argument.substr(1));
+        if (request.m_pReadout != nullptr &&
+            std::ranges::find(READOUT_OPTIONS, name) == std::end(READOUT_OPTIONS)) {
+            return "--read and --crc do not take " + argument;
+        }
         const COption* option = FindOption(name, request, i);
         if (option == nullptr) {
             return "Unrecognized command-line argument " + name;

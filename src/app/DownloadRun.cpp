@@ -44,14 +44,13 @@ std::string ProgressText(const CChipDownloader& downloader, DownloadStates state
     }
 }
 
-// One poll; returns the state that it saw. The state is read before the details, so that none can
-// follow a final state.
-DownloadStates PollAndPrint(CChipDownloader& downloader, CStatusLine& status) {
-    const CLockGuard access(downloader.AccessLock());
-    const DownloadStates state = downloader.GetStatus(nullptr, nullptr, nullptr, nullptr);
-    const std::string progress = ProgressText(downloader, state);
-    std::vector<std::string> details;
-    downloader.GetAllRecentDetails(details);
+// Then standard output is for what was read.
+bool IsReadout(CChipDownloader& downloader) {
+    return downloader.DownloadInfo()->GetReadout() != nullptr;
+}
+
+void PrintProgress(const std::vector<std::string>& details, const std::string& progress,
+                   DownloadStates state) {
     CTerminal::EraseStatusLine();
     const CTerminal terminal(stdout);
     for (const std::string& detail : details) {
@@ -61,6 +60,18 @@ DownloadStates PollAndPrint(CChipDownloader& downloader, CStatusLine& status) {
                 CChipDownloader::GetStateName(state).c_str());
     // A reader of a pipe gets the line when it is due.
     std::fflush(stdout);
+}
+
+// One poll; returns the state that it saw. The state is read before the details, so that none can
+// follow a final state.
+DownloadStates PollAndPrint(CChipDownloader& downloader, CStatusLine& status) {
+    const CLockGuard access(downloader.AccessLock());
+    const DownloadStates state = downloader.GetStatus(nullptr, nullptr, nullptr, nullptr);
+    std::vector<std::string> details;
+    downloader.GetAllRecentDetails(details);
+    if (!IsReadout(downloader)) {
+        PrintProgress(details, ProgressText(downloader, state), state);
+    }
     status.Draw(downloader, state);
     return state;
 }
@@ -90,7 +101,7 @@ DownloadStates PollUntilDone(CChipDownloader& downloader) {
 void PrintFilledAreas(CChipDownloader& downloader) {
     const CLockGuard access(downloader.AccessLock());
     const std::vector<COMPLETED_SECTION_INFO>& areas = *downloader.GetCompletedMemSegmentList();
-    if (areas.empty()) {
+    if (areas.empty() || IsReadout(downloader)) {
         return;
     }
     std::printf("\n\nA total of %d contiguous memory areas were filled:\n",

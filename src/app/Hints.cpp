@@ -52,6 +52,8 @@ constexpr CRow DOWNLOAD_ROWS[] = {
     {"error trying to verify", "Read-back", ""},
     {"Data mismatch", "Read-back", ""},
     {"Verify record request", "Read-back", ""},
+    {"Error trying to read", "Reading memory", ""},
+    {"Memory file cannot be written", "Reading memory", ""},
     {"CRC timeout", "CRC check", ""},
     {"CRC mismatch", "CRC check", ""},
     {"Chip reset to address", "Launch", ""},

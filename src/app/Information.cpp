@@ -4,6 +4,8 @@ namespace {
 
 constexpr char HELP[] = R"(Usage: hciload -VINTORMODE -PORT DEVICE [OPTION]...
        hciload -RULES FILE[@SET] -PORT DEVICE -CONFIG FILE [OPTION]...
+       hciload --read AREAS FILE -PORT DEVICE [OPTION]...
+       hciload --crc AREAS -PORT DEVICE [OPTION]...
        hciload --check [--json] ARGUMENT...
        hciload --help | --version | --list-ports
 
@@ -41,6 +43,13 @@ Before all other arguments:
   --check               send nothing; show what the run would do, and what is
                         wrong with its files, rules and options
   --check --json        the same as JSON
+
+  --read AREAS FILE     read the chip's memory into FILE: raw bytes if its name
+                        ends in .bin or .raw, else Intel HEX
+  --crc AREAS           print the CRC-32 that the chip computes of each area
+                        AREAS are FIRST-LAST[,FIRST-LAST]... Both take -PORT,
+                        -BAUDRATE, -VNP, -MINIDRIVER, -NODLMINIDRIVER,
+                        -DLMINIDRIVERCHUNKSIZE, -LOGTO, -CAPTURETO, -REPORTTO
 
 Alone:
   --help                show this help

@@ -12,6 +12,7 @@
 #include "app/DownloadRun.h"
 #include "app/Hints.h"
 #include "app/Information.h"
+#include "app/Readout.h"
 #include "app/RunReport.h"
 #include "os/OSTime.h"
 #include "os/Terminal.h"
@@ -45,7 +46,8 @@ void IgnoreWriteSignals() {
 // sent.
 std::string Prepare(int argc, char** argv, CRequest& request, CLineCapture& capture,
                     CRunReport& report) {
-    std::string error = ReadRequest(argc, argv, request);
+    std::string error = AsksForReadout(argc, argv) ? ReadReadoutRequest(argc, argv, request)
+                                                   : ReadRequest(argc, argv, request);
     if (error.empty() && !request.m_strCaptureFile.empty()) {
         error =
             capture.Open(request.m_strCaptureFile, "hciload " HCILOAD_VERSION, request.m_strPort);
@@ -102,10 +104,17 @@ int Run(const CRequest& request, CLineCapture& capture, CRunReport& report,
     error = PerformDownload(info, connector.get(), report);
     const unsigned int endedMS = GetCurrentOSTimeMS();
     connector.reset();
+    const bool isReadout = request.m_pReadout != nullptr;
+    if (isReadout && error.empty()) {
+        error = DeliverReadout(request);
+    }
     report.Close(line, error, error.empty() ? 0 : EXIT_STATUSES[FAILED_DOWNLOAD]);
 
     if (!error.empty()) {
         return Fail(FAILED_DOWNLOAD, error, error, request);
+    }
+    if (isReadout) {
+        return 0;
     }
     ReportTimes(SecondsBetween(startedMS, endedMS), SecondsBetween(downloadStartedMS, endedMS),
                 request.m_Descriptor.GetLogFileName());

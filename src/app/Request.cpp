@@ -31,8 +31,9 @@ const char* CustomDownloadType(const CRequest& request) {
 }
 
 CChipImageLoadingInformation DescribeDownload(const CRequest& request) {
-    CChipImageLoadingInformation info(request.m_Descriptor, false,
+    CChipImageLoadingInformation info(request.m_Descriptor, request.m_pReadout != nullptr,
                                       request.m_strVnpFileName.c_str());
+    info.SetReadout(request.m_pReadout);
     if (request.m_bVintorMode) {
         info.MarkVintorMode();
         info.SetFlagIssueDownloadMinidriverCommand(request.m_bIssueDownloadMinidriver);

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "app/BooleanOptions.h"
 #include "image/ChipImageLoadingInformation.h"
+#include "image/MemoryReadout.h"
 
 // What one command line asks for.
 struct CRequest {
@@ -22,7 +24,9 @@ struct CRequest {
     BooleanOptions m_Write = OPTION_UNSET;
     BooleanOptions m_Verify = OPTION_UNSET;
     BooleanOptions m_CheckCRC = OPTION_UNSET;
-    unsigned int m_nMinidriverChunkSize = 0;  // 0 = no override
+    unsigned int m_nMinidriverChunkSize = 0;     // 0 = no override
+    std::shared_ptr<CMemoryReadout> m_pReadout;  // of --read and --crc; null = a download
+    std::string m_strMemoryFile;                 // of --read
 };
 
 // The procedure that downloads in place of the standard sequence; null without one.

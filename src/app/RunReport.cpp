@@ -65,6 +65,9 @@ std::optional<unsigned int> FileCRC(const std::string& path) {
 }
 
 CJsonText Mode(const CRequest& request) {
+    if (request.m_pReadout != nullptr) {
+        return request.m_pReadout->m_bOnlyCRC ? "crc" : "read";
+    }
     if (request.m_bVintorMode) {
         return "standard";
     }
@@ -223,23 +226,36 @@ CJsonText CRunReport::Inputs() const {
     return CJsonText::Array(inputs);
 }
 
+CJsonText CRunReport::AreaText(const CArea& area, const char* kind) {
+    return CJsonText::Object({
+        {"address", area.m_nAddress},
+        {"addressHex", Hex(area.m_nAddress)},
+        {"size", area.m_nSize},
+        {"kind", kind},
+        {"crc32", area.m_nCRC},
+        {"crc32Hex", Hex(area.m_nCRC)},
+        {"written", area.m_bWritten},
+        {"crcChecked", area.m_bChecked},
+        {"readBack", area.m_bReadBack},
+    });
+}
+
 CJsonText CRunReport::FilledAreas() const {
     std::vector<CJsonText> areas;
     for (const CInput& input : m_Inputs) {
         for (const CArea& area : input.m_Areas) {
             if (area.m_bWritten || area.m_bReadBack) {
-                areas.push_back(CJsonText::Object({
-                    {"address", area.m_nAddress},
-                    {"addressHex", Hex(area.m_nAddress)},
-                    {"size", area.m_nSize},
-                    {"kind", input.m_szKind},
-                    {"crc32", area.m_nCRC},
-                    {"crc32Hex", Hex(area.m_nCRC)},
-                    {"written", area.m_bWritten},
-                    {"crcChecked", area.m_bChecked},
-                    {"readBack", area.m_bReadBack},
-                }));
+                areas.push_back(AreaText(area, input.m_szKind));
             }
+        }
+    }
+    if (const CMemoryReadout* const readout = m_pRequest->m_pReadout.get()) {
+        for (unsigned int i = 0; i < readout->m_CRCs.size(); ++i) {
+            const CByteBuffer& area = readout->m_Memory.GetByteBuffer(i);
+            areas.push_back(
+                AreaText({area.GetBaseAddress(), area.GetDataByteSize(), readout->m_CRCs[i], false,
+                          readout->m_bOnlyCRC, !readout->m_bOnlyCRC},
+                         "memory"));
         }
     }
     return CJsonText::Array(areas);

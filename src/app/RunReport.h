@@ -72,6 +72,7 @@ private:
     CJsonText DurationOf(DownloadPhases phase) const;
     CJsonText Durations() const;
     CJsonText Inputs() const;
+    static CJsonText AreaText(const CArea& area, const char* kind);
     CJsonText FilledAreas() const;
     CJsonText Amount(std::initializer_list<DownloadPhases> phases) const;
     CJsonText Line(const CLineMeter& line) const;

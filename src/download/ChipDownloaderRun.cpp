@@ -1,6 +1,7 @@
 #include "download/ChipDownloader.h"
 #include "download/CustomDownloadFactory.h"
 #include "download/VintorDownload.h"
+#include "image/MemoryReadout.h"
 #include "os/OSTime.h"
 #include "transport/SerialConnector.h"
 #include "util/FormatText.h"
@@ -20,11 +21,14 @@ void LogFileNames(CChipDownloader& downloader, const char* heading, unsigned int
 void LogRequest(CChipDownloader& downloader, unsigned int codeTotal, unsigned int dataTotal) {
     const CChipImageLoadingInformation& info = *downloader.DownloadInfo();
     const CChipDownloadDescriptor& files = info.GetDescriptor();
-    downloader.AddLogText(FormatText("Will be downloading %0d bytes of code and %0d bytes of data",
-                                     static_cast<int>(codeTotal), static_cast<int>(dataTotal)) +
-                          (files.CountMinidriverFiles() > 0
-                               ? " using minidriver " + files.GetMinidriverFile(0)
-                               : " without a minidriver"));
+    const std::string what =
+        info.GetReadout() == nullptr
+            ? FormatText("Will be downloading %0d bytes of code and %0d bytes of data",
+                         static_cast<int>(codeTotal), static_cast<int>(dataTotal))
+            : FormatText("Will be reading %u bytes of memory", codeTotal);
+    downloader.AddLogText(what + (files.CountMinidriverFiles() > 0
+                                      ? " using minidriver " + files.GetMinidriverFile(0)
+                                      : " without a minidriver"));
     const char* vnpFile = info.GetVnpFileNameIfSpecified();
     downloader.AddLogText(vnpFile == nullptr ? "No VNP file specified"
                                              : std::string("VNP file: ") + vnpFile);
@@ -82,7 +86,9 @@ std::string CChipDownloader::PrepareForDownload() {
         FailPreparation(error);
         return error;
     }
-    const unsigned int codeTotal = AddUpChunkSizes("FIRMWARE");
+    const CMemoryReadout* const readout = m_LoadingInformation.GetReadout();
+    const unsigned int codeTotal =
+        readout == nullptr ? AddUpChunkSizes("FIRMWARE") : readout->CountBytesToRead();
     const unsigned int dataTotal = AddUpChunkSizes("CONFIG");
     EndPreparation(codeTotal, dataTotal);
     LogRequest(*this, codeTotal, dataTotal);

@@ -40,8 +40,10 @@ public:
     }
 
     // minLength: how many bytes must have come before the pattern is searched for, and how many
-    // survive when the buffer is full, so that a pattern cut by its end can still complete.
-    ReplyFailure WaitFor(BYTES pattern, std::size_t minLength, unsigned int timeoutMS) {
+    // survive when the buffer is full, so that a pattern cut by its end can still complete. data is
+    // filled with what follows the pattern.
+    ReplyFailure WaitFor(BYTES pattern, std::size_t minLength, unsigned int timeoutMS,
+                         std::span<unsigned char> data = {}) {
         const unsigned int polls = std::max(timeoutMS / POLL_PERIOD_MS, 1U);
         for (unsigned int done = 0; done < polls; ++done) {
             PutThreadToSleep(POLL_PERIOD_MS);
@@ -51,7 +53,11 @@ public:
             if (!error.empty()) {
                 return error;
             }
-            if (m_Received.Bytes().size() >= minLength && m_Received.Find(pattern) != nullptr) {
+            if (m_Received.Bytes().size() < minLength) {
+                continue;
+            }
+            if (const unsigned char* found = m_Received.Find(pattern, data.size())) {
+                std::copy_n(found + pattern.size(), data.size(), data.begin());
                 return std::nullopt;
             }
         }
@@ -158,11 +164,14 @@ bool SendCommandAndWaitForCompletionMatchRxStart(CSerialConnector* connector, CB
 }
 
 ReplyFailure ExecuteCommand(CSerialConnector* connector, const CByteBuffer* prefix,
-                            const HCI_COMMAND& kind, BYTES command) {
-    CExchange exchange(connector, nullptr, ROOM_FOR_REPLY);
+                            const HCI_COMMAND& kind, BYTES command,
+                            std::span<unsigned char> returned) {
+    CExchange exchange(connector, nullptr, returned.empty() ? ROOM_FOR_REPLY : ROOM_FOR_DATA);
     exchange.Send(prefix, command);
-    const std::vector<unsigned char> expected = kind.Completion();
-    return exchange.WaitFor(expected, expected.size(), kind.m_nTimeoutMs);
+    const std::vector<unsigned char> expected =
+        kind.Completion(static_cast<unsigned char>(returned.size()));
+    return exchange.WaitFor(expected, expected.size() + returned.size(), kind.m_nTimeoutMs,
+                            returned);
 }
 
 std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix, BYTES command) {

@@ -40,10 +40,12 @@ bool SendCommandAndWaitForCompletionMatchRxStart(CSerialConnector* connector, CB
 // Why there is no reply: the transport's error text, empty after a time-out.
 using ReplyFailure = std::optional<std::string>;
 
-// Sends a command, made from this kind, and waits for its completion.
+// Sends a command, made from this kind, and waits for its completion. returned is filled with what
+// the completion returns after its status.
 [[nodiscard]] ReplyFailure ExecuteCommand(CSerialConnector* connector, const CByteBuffer* prefix,
                                           const HCI_COMMAND& kind,
-                                          std::span<const unsigned char> command);
+                                          std::span<const unsigned char> command,
+                                          std::span<unsigned char> returned = {});
 
 // A command as it goes out, with the prefix if there is one.
 std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix,

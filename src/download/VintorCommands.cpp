@@ -107,12 +107,22 @@ std::string WaitForErase(CChipDownloader* downloader) {
     }
 }
 
+std::string WhileChecking(unsigned int address, unsigned int byteCount) {
+    return FormatText(" while checking %d bytes starting at address 0x%08X", byteCount, address);
+}
+
 }  // namespace
 
 bool VintorDownloadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
                                 const unsigned char* data, unsigned char n, unsigned int address) {
     return !ExecuteCommand(connector, prefix, HCI_WRITE_RAM,
                            HCI_WRITE_RAM.Bytes(address, {data, n}));
+}
+
+ReplyFailure VintorReadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
+                                    unsigned char* data, unsigned char n, unsigned int address) {
+    return ExecuteCommand(connector, prefix, HCI_READ_RAM, HCI_READ_RAM.Bytes(address, {&n, 1}),
+                          {data, n});
 }
 
 bool VintorVerifySingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
@@ -158,13 +168,8 @@ bool VintorChipErase(CChipDownloader* downloader) {
     return error.empty();
 }
 
-bool VerifyCRC(CChipDownloader* downloader, unsigned int address, unsigned int byteCount,
-               unsigned int expectedCRC) {
-    const CLockGuard access(downloader->AccessLock());
-    const std::string start =
-        FormatText("VerifyCRC  checking %0d bytes starting at 0x%08X     Expecting CRC value %08X ",
-                   byteCount, address, expectedCRC);
-    DebugOut(start.c_str(), nullptr, 0);
+std::optional<unsigned int> VintorRequestCRC(CChipDownloader* downloader, unsigned int address,
+                                             unsigned int byteCount) {
     unsigned char count[4];
     CopyUint32ToLittleEndianBuffer(byteCount, count);
     std::vector<unsigned char> packet =
@@ -174,14 +179,24 @@ bool VerifyCRC(CChipDownloader* downloader, unsigned int address, unsigned int b
     SendPacket(downloader->SerialConnector(), std::move(packet));
 
     const std::optional<unsigned int> chipCRC = ReceiveCRC(downloader->SerialConnector());
-    if (chipCRC == expectedCRC) {
-        return true;
+    if (!chipCRC) {
+        downloader->SetError("CRC timeout" + WhileChecking(address, byteCount));
     }
-    const std::string where =
-        FormatText(" while checking %d bytes starting at address 0x%08X", byteCount, address);
-    downloader->SetError(chipCRC ? "CRC mismatch" + where +
-                                       FormatText("; host computed %08X, firmware computed %08X",
-                                                  expectedCRC, *chipCRC)
-                                 : "CRC timeout" + where);
-    return false;
+    return chipCRC;
+}
+
+bool VerifyCRC(CChipDownloader* downloader, unsigned int address, unsigned int byteCount,
+               unsigned int expectedCRC) {
+    const CLockGuard access(downloader->AccessLock());
+    const std::string start =
+        FormatText("VerifyCRC  checking %0d bytes starting at 0x%08X     Expecting CRC value %08X ",
+                   byteCount, address, expectedCRC);
+    DebugOut(start.c_str(), nullptr, 0);
+    const std::optional<unsigned int> chipCRC = VintorRequestCRC(downloader, address, byteCount);
+    if (chipCRC && chipCRC != expectedCRC) {
+        downloader->SetError(
+            "CRC mismatch" + WhileChecking(address, byteCount) +
+            FormatText("; host computed %08X, firmware computed %08X", expectedCRC, *chipCRC));
+    }
+    return chipCRC == expectedCRC;
 }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
+
+#include "download/HciExchange.h"
 
 class CByteBuffer;
 class CChipDownloader;
@@ -12,6 +15,13 @@ class CSerialConnector;
 // Write RAM: n bytes at address. n is one byte on the wire; up to 251 make a well-formed command.
 bool VintorDownloadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
                                 const unsigned char* data, unsigned char n, unsigned int address);
+
+// Read RAM: n bytes from address into data, on a silent line (DrainUntilSilent). The data are taken
+// from after the start of the reply, wherever it stands: there is no comparison that would notice
+// an event of the chip before it.
+[[nodiscard]] ReplyFailure VintorReadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
+                                                  unsigned char* data, unsigned char n,
+                                                  unsigned int address);
 
 // Read RAM: reads n bytes at address back and compares them, on a silent line (DrainUntilSilent).
 // *error names the first byte that differs, with its address and both values, or says what went
@@ -30,6 +40,11 @@ bool VintorDownloadReset(CChipDownloader* downloader);
 // the chip, for 50 s in all. A failure is set as the error. The access lock is free meanwhile, so
 // that progress can be polled.
 bool VintorChipErase(CChipDownloader* downloader);
+
+// The CRC-32 that the chip computes of byteCount bytes at address. Without an answer, an error is
+// set. The caller holds the access lock.
+std::optional<unsigned int> VintorRequestCRC(CChipDownloader* downloader, unsigned int address,
+                                             unsigned int byteCount);
 
 // Lets the chip compute the CRC-32 of byteCount bytes at address and compares. A difference or a
 // missing answer is set as the error. Holds the access lock for the whole exchange.

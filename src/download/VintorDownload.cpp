@@ -7,6 +7,7 @@
 #include "download/VintorCommands.h"
 #include "download/VintorImages.h"
 #include "download/VintorPhases.h"
+#include "image/MemoryReadout.h"
 #include "util/Crc32.h"
 
 namespace {
@@ -59,13 +60,23 @@ bool VerifyImages(CChipDownloader* downloader) {
     return files.CountConfigDataFiles() == 0 || VintorVerifyConfigData(downloader);
 }
 
+bool ReadMemory(CChipDownloader* downloader, CMemoryReadout& readout) {
+    const CPhaseScope phase(*downloader, readout.m_bOnlyCRC ? PHASE_CHECK : PHASE_VERIFY);
+    EnterState(downloader, DOWNLOAD_READY_TO_VERIFY);
+    return VintorReadMemory(downloader, readout);
+}
+
 // False after a failure, which has set the error, and after a cancel, which leaves no message.
 bool RunPhases(CChipDownloader* downloader, const CVintorPhases& phases) {
     const CChipDownloadDescriptor& files = downloader->DownloadInfo()->GetDescriptor();
     const auto mayGoOn = [downloader] { return !downloader->IsCanceled(); };
-    return ResetChip(downloader) && mayGoOn() &&
-           (files.CountMinidriverFiles() != 1 || VintorDownloadMinidriver(downloader)) &&
-           mayGoOn() && (!phases.m_bErase || EraseChip(downloader)) && mayGoOn() &&
+    const bool isStarted =
+        ResetChip(downloader) && mayGoOn() &&
+        (files.CountMinidriverFiles() != 1 || VintorDownloadMinidriver(downloader)) && mayGoOn();
+    if (CMemoryReadout* const readout = downloader->DownloadInfo()->GetReadout()) {
+        return isStarted && ReadMemory(downloader, *readout);
+    }
+    return isStarted && (!phases.m_bErase || EraseChip(downloader)) && mayGoOn() &&
            (!phases.m_bWrite || WriteImages(downloader, phases.m_bCheckCRC)) && mayGoOn() &&
            (!phases.m_bVerify || VerifyImages(downloader)) && mayGoOn() &&
            VintorDownloadReset(downloader);

@@ -1,11 +1,14 @@
 #include "download/VintorImages.h"
 
+#include <algorithm>
+#include <optional>
 #include <string>
 
 #include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
 #include "download/VintorCommands.h"
 #include "download/VintorPhases.h"
+#include "image/MemoryReadout.h"
 #include "os/OSTime.h"
 #include "util/Crc32.h"
 #include "util/FormatText.h"
@@ -14,6 +17,7 @@
 
 namespace {
 
+constexpr unsigned int MAX_READ_SIZE = 251;  // what fits the reply to Read RAM
 constexpr unsigned int NO_CHUNK = CChipImageLoadingInformation::NO_CHUNK;
 
 // A pass over all images of a kind, and its texts: formats for a record's size and address, its
@@ -25,6 +29,7 @@ struct CPass {
     DownloadStates m_State;
     const char* m_szFailed;
     const char* m_szDone;
+    bool m_bFillsAreas = false;  // with what is read
 
     bool IsMinidriver() const { return m_State == DOWNLOAD_LOADING_MINIDRIVER; }
     bool IsCode() const {
@@ -54,7 +59,15 @@ constexpr CPass VERIFY_CONFIG = {
     "Download config error trying to verify %0d bytes at address 0x%08X %s (%s)",
     "Download config successfully had verified %0d bytes at address 0x%08X: "};
 
-// Takes images of one kind to the chip, or reads them back: range by range, record by record.
+constexpr CPass READ_MEMORY = {"MEMORY",
+                               DOWNLOAD_READY_TO_VERIFY,
+                               DOWNLOAD_VERIFYING_CODE,
+                               "Error trying to read %0d bytes at address 0x%08X%s (%s)",
+                               "Read %0d bytes at address 0x%08X: ",
+                               true};
+
+// Takes images of one kind to the chip, reads them back, or fills a readout: range by range, record
+// by record.
 class CImagePass {
 public:
     CImagePass(CChipDownloader* downloader, const CPass& pass, bool checkCRC)
@@ -62,12 +75,8 @@ public:
 
     bool Run() {
         unsigned int index = FindImage(0);
-        if (!Enter(index)) {
+        if (!Enter(index != NO_CHUNK)) {
             return false;
-        }
-        if (m_Pass.Verifies()) {
-            // Bytes that follow the last reply of a write may still be on the line.
-            PutThreadToSleep(SILENCE_MS);
         }
         while (index != NO_CHUNK && m_pDownloader->IsRunning()) {
             if (!RunImage(m_pDownloader->DownloadInfo()->GetChunk(index))) {
@@ -79,13 +88,38 @@ public:
         return m_pDownloader->IsRunning();
     }
 
+    bool Fill(CMemoryReadout& readout) {
+        if (!Enter(true)) {
+            return false;
+        }
+        for (unsigned int i = 0; i < readout.m_Memory.CountContiguousRanges(); ++i) {
+            const CByteBuffer& area = readout.m_Memory.GetByteBuffer(i);
+            if (!RunRange(area)) {
+                return false;
+            }
+            readout.m_CRCs.push_back(crc(area.GetDataBuffer(), area.GetDataByteSize()));
+        }
+        return true;
+    }
+
     // The first image at or after the index, or NO_CHUNK.
     unsigned int FindImage(unsigned int index) const {
         return m_pDownloader->DownloadInfo()->FindNextDataChunk(nullptr, m_Pass.m_szKind, index);
     }
 
 private:
-    bool Enter(unsigned int index) {
+    bool Enter(bool hasImages) {
+        if (!EnterState(hasImages)) {
+            return false;
+        }
+        if (m_Pass.Verifies()) {
+            // Bytes that follow the last reply of a write may still be on the line.
+            PutThreadToSleep(SILENCE_MS);
+        }
+        return true;
+    }
+
+    bool EnterState(bool hasImages) {
         const CLockGuard access(m_pDownloader->AccessLock());
         const DownloadStates state = m_pDownloader->GetStatus(nullptr, nullptr, nullptr, nullptr);
         if (state != m_Pass.m_EntryState) {
@@ -95,11 +129,14 @@ private:
             }
             return false;
         }
-        if (index == NO_CHUNK) {
+        if (!hasImages) {
             m_pDownloader->SetError(FormatText("%s chunk not found!", m_Pass.m_szKind));
             return false;
         }
         m_nMaxSize = MaxVintorRecordSize(*m_pDownloader->DownloadInfo(), m_Pass.IsMinidriver());
+        if (m_Pass.m_bFillsAreas) {
+            m_nMaxSize = std::clamp(m_nMaxSize, 1U, MAX_READ_SIZE);
+        }
         m_pDownloader->SetState(m_Pass.m_State);
         if (m_Pass.IsMinidriver()) {
             m_pDownloader->ReportProgress(nullptr);
@@ -162,7 +199,7 @@ private:
     }
 
     bool RunRecord(const CByteBuffer& range, unsigned int offset, unsigned char n) {
-        const unsigned char* const data = range.GetDataBuffer() + offset;
+        unsigned char* const data = range.GetDataBuffer() + offset;
         const unsigned int address = WrappingAdd(range.GetBaseAddress(), offset);
         if (!Exchange(data, n, address)) {
             return false;
@@ -191,18 +228,21 @@ private:
         }
     }
 
-    // Writes the record, or reads it back and compares. A failure is set as the error.
-    bool Exchange(const unsigned char* data, unsigned char n, unsigned int address) {
+    // Writes the record, reads it back and compares, or fills it. A failure is set as the error.
+    bool Exchange(unsigned char* data, unsigned char n, unsigned int address) {
         CSerialConnector* const connector = m_pDownloader->SerialConnector();
         CByteBuffer* const prefix = m_pDownloader->UARTTransmitPrefix();
-        std::string error;
-        bool isDone = false;
-        if (m_Pass.Verifies()) {
-            // What an earlier reply left behind would be taken for the data.
-            error = DrainUntilSilent(m_pDownloader);
-            isDone = error.empty() &&
-                     VintorVerifySingleRecord(connector, prefix, data, n, address, &error);
-        } else {
+        // What an earlier reply left behind would be taken for the data.
+        std::string error = m_Pass.Verifies() ? DrainUntilSilent(m_pDownloader) : "";
+        bool isDone = error.empty();
+        if (isDone && m_Pass.m_bFillsAreas) {
+            const ReplyFailure failure =
+                VintorReadSingleRecord(connector, prefix, data, n, address);
+            error = failure && failure->empty() ? "no complete reply" : failure.value_or("");
+            isDone = !failure;
+        } else if (isDone && m_Pass.Verifies()) {
+            isDone = VintorVerifySingleRecord(connector, prefix, data, n, address, &error);
+        } else if (isDone) {
             isDone = VintorDownloadSingleRecord(connector, prefix, data, n, address);
         }
         if (!isDone) {
@@ -218,6 +258,28 @@ private:
     unsigned int m_nMaxSize = 0;
     std::string m_strSource;
 };
+
+bool RequestCRCs(CChipDownloader* downloader, CMemoryReadout& readout) {
+    for (unsigned int i = 0; i < readout.m_Memory.CountContiguousRanges(); ++i) {
+        const CLockGuard access(downloader->AccessLock());
+        const CByteBuffer& area = readout.m_Memory.GetByteBuffer(i);
+        const unsigned int address = area.GetBaseAddress();
+        const unsigned int size = area.GetDataByteSize();
+        // A second reply to the request before would be taken for the answer.
+        if (const std::string error = DrainUntilSilent(downloader); !error.empty()) {
+            downloader->SetError(error);
+            return false;
+        }
+        const std::optional<unsigned int> value = VintorRequestCRC(downloader, address, size);
+        if (!value) {
+            return false;
+        }
+        downloader->SetStatusDetails(
+            FormatText("CRC of %u bytes at address 0x%08X: %08X", size, address, *value));
+        readout.m_CRCs.push_back(*value);
+    }
+    return downloader->IsRunning();
+}
 
 }  // namespace
 
@@ -247,4 +309,9 @@ bool VintorVerifyFirmware(CChipDownloader* downloader) {
 
 bool VintorVerifyConfigData(CChipDownloader* downloader) {
     return CImagePass(downloader, VERIFY_CONFIG, false).Run();
+}
+
+bool VintorReadMemory(CChipDownloader* downloader, CMemoryReadout& readout) {
+    return readout.m_bOnlyCRC ? RequestCRCs(downloader, readout)
+                              : CImagePass(downloader, READ_MEMORY, false).Fill(readout);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 class CChipDownloader;
+struct CMemoryReadout;
 
 // The passes over all images of a kind, range by range, record by record, on the download thread.
 // Each returns whether the download goes on: a failure has set the error; a pass entered in the
@@ -18,3 +19,6 @@ bool VintorDownloadConfigData(CChipDownloader* downloader, bool checkCRC);
 // Read back and compare, from state "ready to verify".
 bool VintorVerifyFirmware(CChipDownloader* downloader);
 bool VintorVerifyConfigData(CChipDownloader* downloader);
+
+// Fill the readout, from the same state.
+bool VintorReadMemory(CChipDownloader* downloader, CMemoryReadout& readout);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "image/ChipImageByteData.h"
@@ -9,6 +11,7 @@
 
 class CChipDownloader;
 class CCommunicationParameters;
+struct CMemoryReadout;
 
 // Says what is to be loaded and how: the request, the user's overrides, and, once prepared, the
 // images (minidriver, configuration, firmware, supplied, in this order). All parameters come from
@@ -73,6 +76,11 @@ public:
     CChipDownloadDescriptor& GetDescriptor() { return m_Descriptor; }
     const CChipDownloadDescriptor& GetDescriptor() const { return m_Descriptor; }
 
+    // Has memory read in place of writing files, once a minidriver has been started. Vintor mode
+    // only. Copies share the readout.
+    void SetReadout(std::shared_ptr<CMemoryReadout> readout) { m_pReadout = std::move(readout); }
+    CMemoryReadout* GetReadout() const { return m_pReadout.get(); }  // null = a download
+
     // Reads every file into its chunk, or lets the custom download prepare itself. Starts over when
     // called again. Chunks read before an error stay.
     [[nodiscard]] std::string PrepareToLoad(CChipDownloader* downloader);
@@ -129,4 +137,5 @@ private:
     int m_nNeedToVerify = -1;
     int m_nNeedToCheckCRC = -1;
     unsigned int m_nMinidriverChunkSize = 0;
+    std::shared_ptr<CMemoryReadout> m_pReadout;
 };

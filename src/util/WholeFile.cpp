@@ -94,7 +94,7 @@ std::string WriteWholeFile(const std::string& path, std::string_view content) {
     return reason;
 }
 
-std::string MakeRoomForWholeFile(const std::string& path) {
+std::string CheckWholeFile(const std::string& path) {
     const std::string place = FollowLinks(path);
     if (!IsReplaceable(place)) {
         std::error_code ignored;
@@ -102,7 +102,13 @@ std::string MakeRoomForWholeFile(const std::string& path) {
         // A pipe is not opened: that would wait for its reader.
         return isFolder ? std::strerror(EISDIR) : ReasonUnless(access(place.c_str(), W_OK) == 0);
     }
-    CWholeFile trial;
-    std::string reason = trial.Open(path);
-    return reason.empty() ? ReasonUnless(unlink(place.c_str()) == 0 || errno == ENOENT) : reason;
+    return CWholeFile().Open(path);
+}
+
+std::string MakeRoomForWholeFile(const std::string& path) {
+    const std::string reason = CheckWholeFile(path);
+    const std::string place = FollowLinks(path);
+    return reason.empty() && IsReplaceable(place)
+               ? ReasonUnless(unlink(place.c_str()) == 0 || errno == ENOENT)
+               : reason;
 }

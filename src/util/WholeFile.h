@@ -38,5 +38,8 @@ private:
 // All in one, durable.
 [[nodiscard]] std::string WriteWholeFile(const std::string& path, std::string_view content);
 
-// Checks that the file can be written, and removes an existing one: what is there later is new.
+// Checks that the file can be written. An existing one stays.
+[[nodiscard]] std::string CheckWholeFile(const std::string& path);
+
+// The same, and removes an existing one: what is there later is new.
 [[nodiscard]] std::string MakeRoomForWholeFile(const std::string& path);

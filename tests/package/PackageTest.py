@@ -126,7 +126,8 @@ class Manual(unittest.TestCase):
         arguments = (ROOT / "src/app/Arguments.cpp").read_text(encoding="utf-8")
         names = {
             "hciload": {"-" + name for name in re.findall(r'"([A-Z]{3,})"', arguments)}
-            - {"-TIMESTAMP", "-NFC"} | {"--help", "--version", "--list-ports"},
+            - {"-TIMESTAMP", "-NFC"}
+            | {"--help", "--version", "--list-ports", "--read", "--crc"},
         }
         for program in ("chipsim", "hciimage"):
             text = run(USR / "bin" / program, "--help")
@@ -190,6 +191,8 @@ class Completion(unittest.TestCase):
             (("hciload", "--l"), ["--list-ports"]),
             (("hciload", "--check", "--"), ["--json"]),
             (("hciload", "--check", "--json", *vintor[1:], "-VNP", ""), ["d.vnp"]),
+            (("hciload", "--read", "0-9", "n"), ["notes.txt"]),
+            (("hciload", "--crc", "0-9", "-V"), ["-VNP"]),
             ((*vintor, "-LOGTO", "n"), ["notes.txt"]),
             ((*vintor, "-NO"), ["-NODLMINIDRIVER", "-NOERASE", "-NOVERIFY", "-NOWRITE"]),
             ((*vintor, "-ERASE", "-NOV"), ["-NOVERIFY"]),

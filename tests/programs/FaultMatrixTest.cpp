@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
 #include <numeric>
 #include <regex>
@@ -74,6 +75,9 @@ void WriteFiles(const CTempDir& folder) {
 const Words STANDARD = {"--",        HCILOAD_PROGRAM, "-VINTORMODE", "-VNP",
                         "board.vnp", "-MINIDRIVER",   "md.hex",      "-FIRMWARE",
                         "fw.hex",    "-CONFIG",       "cfg.hcd",     "-CHECKCRC"};
+const Words READOUT = {
+    "--load",   "fw.hex", "--",        HCILOAD_PROGRAM, "--read", "0x500000-0x500067",
+    "read.hex", "-VNP",   "board.vnp", "-MINIDRIVER",   "md.hex"};
 const Words PATCH = {"--", HCILOAD_PROGRAM, "-RULES", "nfc.vnp@Stays", "-CONFIG", "patch.ncd"};
 const Words RESTARTING_PATCH = {"--reset-ntf",      "--",      HCILOAD_PROGRAM, "-RULES",
                                 "nfc.vnp@Restarts", "-CONFIG", "patch.ncd"};
@@ -129,7 +133,11 @@ void CheckRow(const FAULT_ROW& row, const CTempDir& reports) {
     Words words = {CHIPSIM_PROGRAM, "--baud",    "0",           "--seed",   "7",
                    "--erase-time",  "40",        "--dump",      "dump.hex", "--dump-records",
                    "records",       "--capture", "chip.pcapng", "--fault",  row.fault};
-    const Words& download = restarts ? RESTARTING_PATCH : isPatch ? PATCH : STANDARD;
+    const bool isReadout = row.fault.starts_with("read:2");
+    const Words& download = restarts    ? RESTARTING_PATCH
+                            : isPatch   ? PATCH
+                            : isReadout ? READOUT
+                                        : STANDARD;
     words.insert(words.end(), download.begin(), download.end());
     words.insert(words.end(), {"-PORT", "/dev/tty", "-CAPTURETO", "host.pcapng", "-REPORTTO",
                                reports.PathOf(row.fault)});
@@ -147,11 +155,14 @@ void CheckRow(const FAULT_ROW& row, const CTempDir& reports) {
     }
     if (row.errors.empty()) {
         EXPECT_EQ(result.status, 0) << error;
-        EXPECT_THAT(result.out, testing::HasSubstr("Current state: Completed successfully\n"));
-        EXPECT_EQ(loaded, wholeMemory);
+        EXPECT_THAT(result.out,
+                    testing::HasSubstr(isReadout ? "" : "Current state: Completed successfully\n"));
+        EXPECT_EQ(isReadout ? folder.Read("read.hex") : "", isReadout ? folder.Read("fw.hex") : "");
+        EXPECT_TRUE(isReadout || loaded == wholeMemory);
         EXPECT_EQ(records, wholeRecords);
     } else {
         EXPECT_EQ(result.status, 241);
+        EXPECT_FALSE(std::filesystem::exists(folder.PathOf("read.hex")));
         EXPECT_THAT(row.errors, testing::Contains(error));
         EXPECT_THAT(result.out, testing::Not(testing::HasSubstr("Completed successfully")));
         EXPECT_THAT(wholeMemory, testing::IsSupersetOf(loaded));
