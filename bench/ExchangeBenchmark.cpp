@@ -55,6 +55,11 @@ public:
                                         static_cast<unsigned char>(record.size()), ADDRESS, &error);
     }
 
+    bool Read(std::vector<unsigned char>& record) {
+        return !VintorReadSingleRecord(&m_Connector, &m_Prefix, record.data(),
+                                       static_cast<unsigned char>(record.size()), ADDRESS);
+    }
+
 private:
     static CHIP_SETTINGS Settings(unsigned int baud) {
         CHIP_SETTINGS settings;
@@ -148,17 +153,27 @@ void VerifyRecord(benchmark::State& state) {
 BENCHMARK(VerifyRecord)->Arg(32)->Arg(251)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 // line_use: the part of the time in which the line carried the command or its reply.
-void WriteRecordAt115200(benchmark::State& state) {
+template <typename Exchange>
+void RunAt115200(benchmark::State& state, std::size_t wireBytes, Exchange exchange) {
     constexpr double SECONDS_PER_BYTE = 10.0 / 115200;
     CConnectedChip chip(115200);
     const auto n = static_cast<std::size_t>(state.range(0));
     std::vector<unsigned char> record(n, 0x5A);
-    RunExchanges(state, [&] { return chip.Write(record); });
-    const double wireSeconds = static_cast<double>(1 + 7 + n + 7) * SECONDS_PER_BYTE;
+    RunExchanges(state, [&] { return (chip.*exchange)(record); });
+    const double wireSeconds = static_cast<double>(wireBytes + n) * SECONDS_PER_BYTE;
     state.counters["line_use"] = benchmark::Counter(
         wireSeconds * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
+
+void WriteRecordAt115200(benchmark::State& state) {
+    RunAt115200(state, 1 + 7 + 7, &CConnectedChip::Write);
+}
 BENCHMARK(WriteRecordAt115200)->Arg(32)->Arg(251)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+void ReadRecordAt115200(benchmark::State& state) {
+    RunAt115200(state, 1 + 8 + 7, &CConnectedChip::Read);
+}
+BENCHMARK(ReadRecordAt115200)->Arg(32)->Arg(251)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 void FindPattern(benchmark::State& state) {
     std::vector<unsigned char> received(static_cast<std::size_t>(state.range(0)), 0x0E);
