@@ -5,6 +5,7 @@
 #include "image/ImageFile.h"
 #include "image/ImageFindings.h"
 #include "image/RewindableFile.h"
+#include "os/Terminal.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ std::string CheckFiles(const IMAGE_ARGUMENTS& arguments, int* status) {
         if (arguments.json) {
             json.push_back(finding.Json());
         } else {
-            std::puts(finding.Text().c_str());
+            std::puts(CTerminal(stdout).Shown(finding.Text()).c_str());
         }
     }
     if (arguments.json) {

@@ -5,6 +5,7 @@
 #include "hciimage/MemoryFiles.h"
 #include "image/HcdFile.h"
 #include "image/ImageWriters.h"
+#include "os/Terminal.h"
 #include "util/FormatText.h"
 #include "util/WholeFile.h"
 
@@ -69,7 +70,8 @@ std::string Fill(std::span<const unsigned char> filler, OUTPUT& output) {
     const std::uint64_t size = pieces.back().End() - pieces.front().m_nAddress;
     if (size > LARGEST_FILLED) {
         return FormatText("%s would hold %llu bytes, mostly gaps; at most 256 MiB are written",
-                          output.file.m_strName.c_str(), static_cast<unsigned long long>(size));
+                          CTerminal(stderr).Shown(output.file.m_strName).c_str(),
+                          static_cast<unsigned long long>(size));
     }
     pieces = FillGaps(pieces, filler);
     return {};

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "hciimage/MemoryFiles.h"
+#include "os/Terminal.h"
 #include "util/FormatText.h"
 
 namespace {
@@ -44,14 +45,17 @@ std::string BytesText(std::uint64_t count) {
     return FormatText("%llu byte%s", static_cast<unsigned long long>(count), count == 1 ? "" : "s");
 }
 
+std::string OnlyIn(const std::string& name) {
+    return "only in " + CTerminal(stdout).Shown(name);
+}
+
 enum KIND { EQUAL, DIFFERENT, ONLY_LEFT, ONLY_RIGHT, KINDS };
 
 class CDifferences {
 public:
     CDifferences(const IMAGE_ARGUMENTS& arguments, const std::string& left,
                  const std::string& right)
-        : m_nLimit(arguments.limit),
-          m_Titles{"equal", "different", "only in " + left, "only in " + right} {}
+        : m_nLimit(arguments.limit), m_Titles{"equal", "different", OnlyIn(left), OnlyIn(right)} {}
 
     // Bytes that both have.
     void Compare(std::uint64_t address, std::span<const unsigned char> left,

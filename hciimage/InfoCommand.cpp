@@ -5,6 +5,7 @@
 
 #include "image/AddressMap.h"
 #include "image/ImageFile.h"
+#include "os/Terminal.h"
 #include "util/Crc32.h"
 #include "util/FormatText.h"
 #include "util/HexText.h"
@@ -141,7 +142,8 @@ std::string OverlapText(const CAddressMap& map) {
 
 void PrintHead(const CImageFileRequest& request, const CImageFile& file) {
     const CImageFileFacts& facts = file.m_Image.GetFileFacts();
-    std::printf("%s: %s", request.m_strName.c_str(), ImageFormatName(file.m_Format));
+    std::printf("%s: %s", CTerminal(stdout).Shown(request.m_strName).c_str(),
+                ImageFormatName(file.m_Format));
     if (facts.m_nRecords != 0) {
         std::printf(", %u records of at most %u bytes", facts.m_nRecords, facts.m_nLargestRecord);
     }

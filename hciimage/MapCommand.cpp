@@ -5,6 +5,7 @@
 
 #include "hciimage/MapPicture.h"
 #include "hciimage/MemoryFiles.h"
+#include "os/Terminal.h"
 #include "util/WholeFile.h"
 
 std::string DrawMap(const IMAGE_ARGUMENTS& arguments) {
@@ -19,7 +20,7 @@ std::string DrawMap(const IMAGE_ARGUMENTS& arguments) {
     }
     const std::vector<MAP_ITEM> items = LayOutMap(files.Map());
     if (arguments.picture.empty()) {
-        std::fputs(MapText(items, names).c_str(), stdout);
+        std::fputs(CTerminal(stdout).Shown(MapText(items, names)).c_str(), stdout);
         return {};
     }
     const std::string reason = WriteWholeFile(arguments.picture, MapSvg(items, names));

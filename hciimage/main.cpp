@@ -7,6 +7,7 @@
 #include "hciimage/ImageArguments.h"
 #include "hciimage/InfoCommand.h"
 #include "hciimage/MapCommand.h"
+#include "os/Terminal.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ constexpr int TROUBLE = 2;
 
 int Fail(const std::string& text) {
     std::fflush(stdout);
-    std::fprintf(stderr, "hciimage: %s\n", text.c_str());
+    std::fprintf(stderr, "hciimage: %s\n", CTerminal(stderr).Shown(text).c_str());
     return TROUBLE;
 }
 
