@@ -38,5 +38,7 @@ function(hciload_test name)
     # Tests are compiled more often than they run; what they test is optimized.
     target_compile_options(${name} PRIVATE -O0)
     target_link_libraries(${name} PRIVATE chipsim_core hciload_options GTest::gmock GTest::gtest_main)
+    # These headers take longer to compile than most tests.
+    target_precompile_headers(${name} REUSE_FROM test_headers)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()
