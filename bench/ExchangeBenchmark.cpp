@@ -56,8 +56,10 @@ public:
     }
 
     bool Read(std::vector<unsigned char>& record) {
+        bool isAlone = false;
         return !VintorReadSingleRecord(&m_Connector, &m_Prefix, record.data(),
-                                       static_cast<unsigned char>(record.size()), ADDRESS);
+                                       static_cast<unsigned char>(record.size()), ADDRESS,
+                                       &isAlone);
     }
 
 private:

@@ -64,6 +64,8 @@ public:
         return "";
     }
 
+    std::size_t CountReceived() const { return m_Received.Bytes().size(); }
+
     // Sends and waits. The reply begins with matchLength bytes to be found, the rest is filled in.
     bool Run(const CByteBuffer* prefix, BYTES command, std::span<unsigned char> reply,
              unsigned int matchLength, unsigned int timeoutMS, std::string* error) {
@@ -165,13 +167,18 @@ bool SendCommandAndWaitForCompletionMatchRxStart(CSerialConnector* connector, CB
 
 ReplyFailure ExecuteCommand(CSerialConnector* connector, const CByteBuffer* prefix,
                             const HCI_COMMAND& kind, BYTES command,
-                            std::span<unsigned char> returned) {
+                            std::span<unsigned char> returned, bool* isAlone) {
     CExchange exchange(connector, nullptr, returned.empty() ? ROOM_FOR_REPLY : ROOM_FOR_DATA);
     exchange.Send(prefix, command);
     const std::vector<unsigned char> expected =
         kind.Completion(static_cast<unsigned char>(returned.size()));
-    return exchange.WaitFor(expected, expected.size() + returned.size(), kind.m_nTimeoutMs,
-                            returned);
+    const std::size_t size = expected.size() + returned.size();
+    ReplyFailure failure = exchange.WaitFor(expected, size, kind.m_nTimeoutMs, returned);
+    if (isAlone != nullptr) {
+        const std::size_t indicator = prefix == nullptr ? 0 : 1;
+        *isAlone = exchange.CountReceived() == indicator + size;
+    }
+    return failure;
 }
 
 std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix, BYTES command) {

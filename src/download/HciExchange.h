@@ -41,11 +41,13 @@ bool SendCommandAndWaitForCompletionMatchRxStart(CSerialConnector* connector, CB
 using ReplyFailure = std::optional<std::string>;
 
 // Sends a command, made from this kind, and waits for its completion. returned is filled with what
-// the completion returns after its status.
+// the completion returns after its status. *isAlone, which may be null, tells whether nothing else
+// was received with it.
 [[nodiscard]] ReplyFailure ExecuteCommand(CSerialConnector* connector, const CByteBuffer* prefix,
                                           const HCI_COMMAND& kind,
                                           std::span<const unsigned char> command,
-                                          std::span<unsigned char> returned = {});
+                                          std::span<unsigned char> returned = {},
+                                          bool* isAlone = nullptr);
 
 // A command as it goes out, with the prefix if there is one.
 std::vector<unsigned char> JoinCommand(const CByteBuffer* prefix,

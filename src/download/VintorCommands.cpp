@@ -120,9 +120,10 @@ bool VintorDownloadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix
 }
 
 ReplyFailure VintorReadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
-                                    unsigned char* data, unsigned char n, unsigned int address) {
+                                    unsigned char* data, unsigned char n, unsigned int address,
+                                    bool* isAlone) {
     return ExecuteCommand(connector, prefix, HCI_READ_RAM, HCI_READ_RAM.Bytes(address, {&n, 1}),
-                          {data, n});
+                          {data, n}, isAlone);
 }
 
 bool VintorVerifySingleRecord(CSerialConnector* connector, CByteBuffer* prefix,

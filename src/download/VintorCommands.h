@@ -16,12 +16,12 @@ class CSerialConnector;
 bool VintorDownloadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
                                 const unsigned char* data, unsigned char n, unsigned int address);
 
-// Read RAM: n bytes from address into data, on a silent line (DrainUntilSilent). The data are taken
-// from after the start of the reply, wherever it stands: there is no comparison that would notice
-// an event of the chip before it.
+// Read RAM: n bytes from address into data, on a silent line (DrainUntilSilent). There is no
+// comparison that would notice a second reply to an earlier command: unless *isAlone, other bytes
+// came with the reply, and the data may be wrong.
 [[nodiscard]] ReplyFailure VintorReadSingleRecord(CSerialConnector* connector, CByteBuffer* prefix,
                                                   unsigned char* data, unsigned char n,
-                                                  unsigned int address);
+                                                  unsigned int address, bool* isAlone);
 
 // Read RAM: reads n bytes at address back and compares them, on a silent line (DrainUntilSilent).
 // *error names the first byte that differs, with its address and both values, or says what went

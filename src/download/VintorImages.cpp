@@ -6,6 +6,7 @@
 
 #include "download/ChipDownloader.h"
 #include "download/HciExchange.h"
+#include "download/ReceiveBuffer.h"
 #include "download/VintorCommands.h"
 #include "download/VintorPhases.h"
 #include "image/MemoryReadout.h"
@@ -17,7 +18,9 @@
 
 namespace {
 
-constexpr unsigned int MAX_READ_SIZE = 251;  // what fits the reply to Read RAM
+constexpr unsigned int MAX_READ_SIZE = 251;    // what fits the reply to Read RAM
+constexpr unsigned int LONGEST_REPLY_MS = 60;  // at 115200 baud, with an adapter's delay
+constexpr char MORE_THAN_REPLIES[] = "other bytes came with the reply";
 constexpr unsigned int NO_CHUNK = CChipImageLoadingInformation::NO_CHUNK;
 
 // A pass over all images of a kind, and its texts: formats for a record's size and address, its
@@ -94,7 +97,7 @@ public:
         }
         for (unsigned int i = 0; i < readout.m_Memory.CountContiguousRanges(); ++i) {
             const CByteBuffer& area = readout.m_Memory.GetByteBuffer(i);
-            if (!RunRange(area)) {
+            if (!RunRange(area) || !EndsInSilence(area)) {
                 return false;
             }
             readout.m_CRCs.push_back(crc(area.GetDataBuffer(), area.GetDataByteSize()));
@@ -228,6 +231,35 @@ private:
         }
     }
 
+    // Whether bytes have come that nobody waits for.
+    bool IsMoreReceived() {
+        CReceiveBuffer more(1);
+        return more.Fetch(m_pDownloader->SerialConnector()).empty() && !more.Bytes().empty();
+    }
+
+    std::string Read(unsigned char* data, unsigned char n, unsigned int address) {
+        bool isAlone = false;
+        const ReplyFailure failure =
+            VintorReadSingleRecord(m_pDownloader->SerialConnector(),
+                                   m_pDownloader->UARTTransmitPrefix(), data, n, address, &isAlone);
+        if (failure) {
+            return failure->empty() ? "no complete reply" : *failure;
+        }
+        return isAlone && !IsMoreReceived() ? "" : MORE_THAN_REPLIES;
+    }
+
+    // A reply that nobody waited for shows that those before it may belong to earlier commands.
+    bool EndsInSilence(const CByteBuffer& area) {
+        PutThreadToSleep(LONGEST_REPLY_MS);
+        if (!IsMoreReceived()) {
+            return true;
+        }
+        const CLockGuard access(m_pDownloader->AccessLock());
+        m_pDownloader->SetError(FormatText(m_Pass.m_szFailed, area.GetDataByteSize(),
+                                           area.GetBaseAddress(), "", MORE_THAN_REPLIES));
+        return false;
+    }
+
     // Writes the record, reads it back and compares, or fills it. A failure is set as the error.
     bool Exchange(unsigned char* data, unsigned char n, unsigned int address) {
         CSerialConnector* const connector = m_pDownloader->SerialConnector();
@@ -236,10 +268,8 @@ private:
         std::string error = m_Pass.Verifies() ? DrainUntilSilent(m_pDownloader) : "";
         bool isDone = error.empty();
         if (isDone && m_Pass.m_bFillsAreas) {
-            const ReplyFailure failure =
-                VintorReadSingleRecord(connector, prefix, data, n, address);
-            error = failure && failure->empty() ? "no complete reply" : failure.value_or("");
-            isDone = !failure;
+            error = Read(data, n, address);
+            isDone = error.empty();
         } else if (isDone && m_Pass.Verifies()) {
             isDone = VintorVerifySingleRecord(connector, prefix, data, n, address, &error);
         } else if (isDone) {
@@ -266,6 +296,7 @@ bool RequestCRCs(CChipDownloader* downloader, CMemoryReadout& readout) {
         const unsigned int address = area.GetBaseAddress();
         const unsigned int size = area.GetDataByteSize();
         // A second reply to the request before would be taken for the answer.
+        PutThreadToSleep(SILENCE_MS);
         if (const std::string error = DrainUntilSilent(downloader); !error.empty()) {
             downloader->SetError(error);
             return false;
