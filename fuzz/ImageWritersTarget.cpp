@@ -4,6 +4,7 @@
 #include "FuzzInput.h"
 #include "image/ImageFile.h"
 #include "image/ImageWriters.h"
+#include "util/Wrap32.h"
 
 // Any areas, written in each format and read again, against a plain memory of bytes.
 
@@ -39,8 +40,8 @@ void TakeAreas(CFuzzInput& input, CChipImageByteData& image) {
         range.SetBaseAddress(address);
         image.AddRange(range);
         const auto jump = static_cast<std::int8_t>(input.TakeByte());
-        address += static_cast<std::uint32_t>(bytes.size()) +
-                   static_cast<std::uint32_t>(jump * std::abs(jump));
+        address = WrappingAdd(address, static_cast<std::uint32_t>(bytes.size()));
+        address = WrappingAdd(address, static_cast<std::uint32_t>(jump * std::abs(jump)));
     }
 }
 

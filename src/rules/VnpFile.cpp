@@ -77,7 +77,7 @@ void AddParameterLine(std::string_view line, unsigned int number,
 
 std::string QuotedText(const std::string& line) {
     const std::size_t start = line.find('"');
-    const std::size_t end = line.find('"', start + 1);
+    const std::size_t end = start == std::string::npos ? start : line.find('"', start + 1);
     return end == std::string::npos ? "" : line.substr(start + 1, end - start - 1);
 }
 

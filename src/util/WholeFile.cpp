@@ -42,8 +42,9 @@ std::string CWholeFile::Open(const std::string& path) {
         m_File = CFileDescriptor(open(m_strPlace.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
         return ReasonUnless(m_File.IsOpen());
     }
-    const std::string start = m_strPlace.substr(0, m_strPlace.rfind('/') + 1) + ".hciload." +
-                              std::to_string(getpid()) + ".";
+    const std::size_t slash = m_strPlace.rfind('/');
+    const std::string folder = slash == std::string::npos ? "" : m_strPlace.substr(0, slash + 1);
+    const std::string start = folder + ".hciload." + std::to_string(getpid()) + ".";
     // With O_EXCL, nobody's link leads elsewhere. Leftovers of a crash may have such names.
     for (int i = 0; i < 100 && !m_File.IsOpen() && (i == 0 || errno == EEXIST); ++i) {
         m_strTemporary = start + std::to_string(i);

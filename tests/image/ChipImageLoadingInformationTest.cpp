@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 
@@ -23,8 +24,8 @@ CChipImageLoadingInformation InfoFromRules(const FILE_CASE& testCase) {
     }
     std::map<std::string, std::string> arguments;
     for (const std::string& argument : Split(OnOneLine(testCase.Text("$")), "; ")) {
-        const std::size_t end = argument.find('=');
-        arguments[argument.substr(0, end)] = argument.substr(end + 1);
+        const std::size_t end = std::min(argument.find('='), argument.size());
+        arguments[argument.substr(0, end)] = argument.substr(std::min(end + 1, argument.size()));
     }
     const auto textOrNull = [&arguments](const char* name) {
         return arguments.contains(name) ? arguments[name].c_str() : nullptr;

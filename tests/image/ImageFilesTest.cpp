@@ -44,8 +44,8 @@ TEST_F(CImageFiles, ARunOfMoreThan16MiBIsRefused) {
     std::string bank = IntelHexText({{0, Bytes(0x10000)}});
     bank.erase(bank.size() - std::string(HEX_END_RECORD).size());
     std::string text;
-    for (unsigned char upper = 0; text.empty() || upper != 0; ++upper) {
-        text += HexRecord(4, 0, {0x10, upper}) + bank;
+    for (unsigned int upper = 0; upper <= 0xFF; ++upper) {
+        text += HexRecord(4, 0, {0x10, static_cast<unsigned char>(upper)}) + bank;
     }
     const std::string next = HexRecord(4, 0, {0x11, 0x00});
     EXPECT_EQ(LoadHex(text + next + HexRecord(0, 1, {1})), "");
