@@ -3,6 +3,7 @@
 #include <map>
 
 #include "app/Arguments.h"
+#include "util/FormatText.h"
 #include "util/TextCase.h"
 
 namespace {
@@ -72,7 +73,8 @@ private:
         }
         for (const auto& [name, opposite] : OPPOSITES) {
             if (m_Counts[name] != 0 && m_Counts[opposite] != 0) {
-                Add(WARNING, name + " and " + opposite + " are given", "The later one counts");
+                Add(WARNING, FormatText("%s and %s are given", name.c_str(), opposite.c_str()),
+                    "The later one counts");
             }
         }
     }
