@@ -15,7 +15,7 @@ void RunSideBySide(const std::vector<ITEM>& items, const FUNCTION& function) {
     constexpr std::chrono::milliseconds PACE(80);
     std::mutex startMutex;
     std::atomic<std::size_t> next = 0;
-    std::vector<std::jthread> workers(std::size_t{12} *
+    std::vector<std::jthread> workers(std::size_t{16} *
                                       std::max(std::thread::hardware_concurrency(), 1U));
     for (std::jthread& worker : workers) {
         worker = std::jthread([&] {
