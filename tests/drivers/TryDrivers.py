@@ -345,15 +345,15 @@ def try_row(guest, row, port):
     return result, False
 
 
-def compare_memory(port):
+def compare_memory(build, port):
     port.chip.end()
-    command = [ROOT / "scripts/check-memory", port.chip.dump]
+    command = [build / "hciimage", "diff", port.chip.dump]
     images = [ROOT / "examples" / name for name in ("minidriver.hex", "firmware.hex", "config.hcd")]
     done = subprocess.run([*command, *images], capture_output=True, text=True, check=False)
     return ("equal to the files", True) if done.returncode == 0 else (done.stdout, False)
 
 
-def try_all(guest, ports, rows):
+def try_all(build, guest, ports, rows):
     table = []
     for name, row, adapter_only in rows:
         cells = [("", True)] if adapter_only else []
@@ -362,7 +362,7 @@ def try_all(guest, ports, rows):
         table.append((name, cells))
         print(f"{name}: " + " | ".join(text for text, _ in cells if text), flush=True)
     guest.shut_down()
-    table.append(("The chips' memory", [compare_memory(port) for port in ports]))
+    table.append(("The chips' memory", [compare_memory(build, port) for port in ports]))
     return table
 
 
@@ -422,7 +422,7 @@ def main():
         print(f"Booting {arguments.kernel.name}; seed of the pulls: {arguments.seed}", flush=True)
         guest.boot()
         rows = [row for row in make_rows(arguments.pulls) if re.search(arguments.only, row[0])]
-        table = try_all(guest, ports, rows)
+        table = try_all(arguments.build, guest, ports, rows)
     text = make_text(arguments.kernel, table)
     print(text)
     if arguments.page:
