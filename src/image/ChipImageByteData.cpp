@@ -1,6 +1,7 @@
 #include "image/ChipImageByteData.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <utility>
 #include <vector>
@@ -27,6 +28,16 @@ std::string OpenError(const char* format, const char* fileName) {
     return fileName == nullptr || *fileName == '\0'
                ? FormatText("Invalid %s file name!", format)
                : FormatText("Failed to open %s file ", format) + fileName;
+}
+
+// As most files are. No two of the ranges overlap then.
+bool AreInOrder(const std::deque<CByteBuffer>& ranges) {
+    std::uint64_t end = 0;
+    return std::ranges::all_of(ranges, [&end](const CByteBuffer& range) {
+        const bool follows = range.GetBaseAddress() >= end && range.GetDataByteSize() != 0;
+        end = std::uint64_t{range.GetBaseAddress()} + range.GetDataByteSize();
+        return follows;
+    });
 }
 
 }  // namespace
@@ -210,6 +221,9 @@ std::string CChipImageByteData::ReadHexRuns(CIntelHexReader& reader, unsigned in
 // All new ranges are checked together: looking up addresses mostly waits for memory, and in a short
 // loop these waits overlap.
 std::string CChipImageByteData::DropFromFirstOverlap(size_t oldCount) {
+    if (AreInOrder(m_Ranges)) {
+        return "";
+    }
     const auto occupied = std::make_unique<CAddressOccupancy>();
     for (size_t i = 0; i < m_Ranges.size(); ++i) {
         const unsigned int address = m_Ranges[i].GetBaseAddress();
