@@ -1,5 +1,6 @@
 #include "image/ImageWriters.h"
 
+#include <algorithm>
 #include <array>
 #include <numeric>
 
@@ -13,102 +14,110 @@ namespace {
 constexpr std::uint64_t HEX_SEGMENT_SIZE = 0x10000;
 constexpr std::uint64_t NO_SEGMENTS = std::uint64_t{1} << 32;
 
+constexpr std::size_t LONGEST_RECORD = 1 + 2 * (4 + 255 + 1) + 1;  // in an Intel HEX file
+
 // Collects small texts, so that the sink gets large ones.
 class CBlock {
 public:
-    explicit CBlock(const FileSink& sink) : m_Sink(sink) { m_strText.reserve(SIZE + LONGEST); }
+    explicit CBlock(const FileSink& sink) : m_Sink(sink) {}
     CBlock(const CBlock&) = delete;
     CBlock& operator=(const CBlock&) = delete;
-    ~CBlock() { m_Sink(m_strText); }
+    ~CBlock() { Flush(); }
 
-    std::string& Text() {
-        if (m_strText.size() >= SIZE) {
+    // put(out) writes at most LONGEST_RECORD characters and returns their end.
+    template <typename Put>
+    void PutRecord(const Put& put) {
+        if (m_Text.size() - m_nSize < LONGEST_RECORD) {
             Flush();
         }
-        return m_strText;
+        char* const out = m_Text.data() + m_nSize;
+        m_nSize += static_cast<std::size_t>(put(out) - out);
     }
-    void Put(std::string_view text) {
-        if (text.size() < SIZE) {
-            Text() += text;
-        } else {
+
+    void Put(std::span<const unsigned char> bytes) {
+        if (bytes.size() > LONGEST_RECORD) {
             Flush();
-            m_Sink(text);
+            m_Sink({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        } else {
+            PutRecord([bytes](char* out) { return std::copy(bytes.begin(), bytes.end(), out); });
         }
     }
 
 private:
-    static constexpr std::size_t SIZE = 65536;
-    static constexpr std::size_t LONGEST = 1024;
-
     void Flush() {
-        m_Sink(m_strText);
-        m_strText.clear();
+        m_Sink({m_Text.data(), m_nSize});
+        m_nSize = 0;
     }
 
     const FileSink& m_Sink;
-    std::string m_strText;
+    std::size_t m_nSize = 0;
+    std::array<char, 65536> m_Text;
 };
 
-std::string_view AsText(std::span<const unsigned char> bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+char* PutHexRecord(char* out, unsigned int type, std::uint32_t address,
+                   std::span<const unsigned char> bytes) {
+    const unsigned char head[] = {
+        static_cast<unsigned char>(bytes.size()), static_cast<unsigned char>(address >> 8),
+        static_cast<unsigned char>(address), static_cast<unsigned char>(type)};
+    const unsigned int sum =
+        std::accumulate(bytes.begin(), bytes.end(), std::accumulate(head, std::end(head), 0U));
+    *out++ = ':';
+    out = PutHexBytes(PutHexBytes(out, head), bytes);
+    out = PutHexByte(out, static_cast<unsigned char>(0x100 - (sum & 0xFF)));
+    *out++ = '\n';
+    return out;
 }
 
 }  // namespace
 
 void AppendHexRecord(std::string& text, unsigned int type, std::uint32_t address,
                      std::span<const unsigned char> bytes) {
-    const unsigned char head[] = {
-        static_cast<unsigned char>(bytes.size()), static_cast<unsigned char>(address >> 8),
-        static_cast<unsigned char>(address), static_cast<unsigned char>(type)};
-    const unsigned int sum =
-        std::accumulate(bytes.begin(), bytes.end(), std::accumulate(head, std::end(head), 0U));
-    std::array<char, 1 + 2 * (4 + 255 + 1) + 1> line;
-    char* out = line.data();
-    *out++ = ':';
-    out = PutHexBytes(PutHexBytes(out, head), bytes);
-    out = PutHexByte(out, static_cast<unsigned char>(0x100 - (sum & 0xFF)));
-    *out++ = '\n';
-    text.append(line.data(), out);
+    std::array<char, LONGEST_RECORD> line;
+    text.append(line.data(), PutHexRecord(line.data(), type, address, bytes));
 }
 
 void WriteHexFile(std::span<const CMemoryPiece> pieces, unsigned int recordSize,
                   std::optional<std::uint32_t> launchAddress, const FileSink& sink) {
     CBlock block(sink);
+    const auto put = [&block](unsigned int type, std::uint32_t address,
+                              std::span<const unsigned char> bytes) {
+        block.PutRecord([&](char* out) { return PutHexRecord(out, type, address, bytes); });
+    };
     std::uint32_t upper = 0;
     CutRecords(pieces, recordSize, HEX_SEGMENT_SIZE, [&](std::uint32_t address, auto bytes) {
         if (address >> 16 != upper) {
             upper = address >> 16;
             const unsigned char digits[] = {static_cast<unsigned char>(upper >> 8),
                                             static_cast<unsigned char>(upper)};
-            AppendHexRecord(block.Text(), INTEL_HEX_EXTENDED_LINEAR_ADDRESS, 0, digits);
+            put(INTEL_HEX_EXTENDED_LINEAR_ADDRESS, 0, digits);
         }
-        AppendHexRecord(block.Text(), INTEL_HEX_DATA, address, bytes);
+        put(INTEL_HEX_DATA, address, bytes);
     });
     if (launchAddress) {
         const std::uint32_t launch = *launchAddress;
         const unsigned char digits[] = {
             static_cast<unsigned char>(launch >> 24), static_cast<unsigned char>(launch >> 16),
             static_cast<unsigned char>(launch >> 8), static_cast<unsigned char>(launch)};
-        AppendHexRecord(block.Text(), INTEL_HEX_START_LINEAR_ADDRESS, 0, digits);
+        put(INTEL_HEX_START_LINEAR_ADDRESS, 0, digits);
     }
-    AppendHexRecord(block.Text(), INTEL_HEX_END_OF_FILE, 0, {});
+    put(INTEL_HEX_END_OF_FILE, 0, {});
 }
 
 void WriteHcdFile(std::span<const CMemoryPiece> pieces, unsigned int recordSize,
                   std::optional<std::uint32_t> launchAddress, const FileSink& sink) {
     CBlock block(sink);
     CutRecords(pieces, recordSize, NO_SEGMENTS, [&](std::uint32_t address, auto bytes) {
-        block.Text() += AsText(HCI_WRITE_RAM.Bytes(address, bytes));
+        block.Put(HCI_WRITE_RAM.Bytes(address, bytes));
     });
     if (launchAddress) {
-        block.Text() += AsText(HCI_LAUNCH_RAM.Bytes(*launchAddress));
+        block.Put(HCI_LAUNCH_RAM.Bytes(*launchAddress));
     }
 }
 
 void WriteRawFile(std::span<const CMemoryPiece> pieces, const FileSink& sink) {
     CBlock block(sink);
     for (const CMemoryPiece& piece : pieces) {
-        block.Put(AsText(piece.m_Bytes));
+        block.Put(piece.m_Bytes);
     }
 }
 
