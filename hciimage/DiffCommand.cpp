@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstring>
+#include <functional>
 
 #include "hciimage/MemoryFiles.h"
 #include "os/Terminal.h"
@@ -49,6 +51,24 @@ std::string OnlyIn(const std::string& name) {
     return "only in " + CTerminal(stdout).Shown(name);
 }
 
+std::size_t CountEqual(std::span<const unsigned char> left, std::span<const unsigned char> right) {
+    constexpr std::size_t BLOCK = 4096;  // compared at once, since most files are mostly equal
+    std::size_t count = 0;
+    while (left.size() - count >= BLOCK &&
+           std::memcmp(left.data() + count, right.data() + count, BLOCK) == 0) {
+        count += BLOCK;
+    }
+    const auto start = left.begin() + static_cast<std::ptrdiff_t>(count);
+    const auto end = std::mismatch(start, left.end(), right.begin() + (start - left.begin())).first;
+    return static_cast<std::size_t>(end - left.begin());
+}
+
+std::size_t CountDifferent(std::span<const unsigned char> left,
+                           std::span<const unsigned char> right) {
+    const auto end = std::mismatch(left.begin(), left.end(), right.begin(), std::not_equal_to<>());
+    return static_cast<std::size_t>(end.first - left.begin());
+}
+
 enum KIND { EQUAL, DIFFERENT, ONLY_LEFT, ONLY_RIGHT, KINDS };
 
 class CDifferences {
@@ -62,11 +82,8 @@ public:
                  std::span<const unsigned char> right) {
         while (!left.empty()) {
             const bool isEqual = left[0] == right[0];
-            const auto end = std::mismatch(left.begin(), left.end(), right.begin(),
-                                           [isEqual](unsigned char one, unsigned char other) {
-                                               return (one == other) == isEqual;
-                                           });
-            const auto count = static_cast<std::size_t>(end.first - left.begin());
+            const std::size_t count =
+                isEqual ? CountEqual(left, right) : CountDifferent(left, right);
             Take(isEqual ? EQUAL : DIFFERENT, address, left.first(count), right.first(count));
             left = left.subspan(count);
             right = right.subspan(count);
