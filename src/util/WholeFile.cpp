@@ -30,6 +30,22 @@ std::string FollowLinks(std::filesystem::path place) {
     return place.string();
 }
 
+bool Rename(const std::string& file, const std::string& place) {
+    return std::rename(file.c_str(), place.c_str()) == 0;
+}
+
+// The same, but not at once on the disk. On ext4, a rename over a file waits until the new one is
+// on its way to the disk, often longer than it took to make it; an exchange does not.
+bool Replace(const std::string& file, const std::string& place) {
+#if defined(RENAME_EXCHANGE)
+    if (renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, place.c_str(), RENAME_EXCHANGE) == 0) {
+        unlink(file.c_str());  // now the old one
+        return true;
+    }
+#endif
+    return Rename(file, place);
+}
+
 std::string ReasonUnless(bool isDone) {
     return isDone ? "" : std::strerror(errno);
 }
@@ -71,8 +87,9 @@ std::string CWholeFile::PutInPlace(bool isDurable) {
     if (m_strTemporary.empty() || !isWritten) {
         return ReasonUnless(isWritten);
     }
-    const bool isInPlace = (!isDurable || fsync(m_File.Get()) == 0) &&
-                           std::rename(m_strTemporary.c_str(), m_strPlace.c_str()) == 0;
+    const bool isInPlace = isDurable
+                               ? fsync(m_File.Get()) == 0 && Rename(m_strTemporary, m_strPlace)
+                               : Replace(m_strTemporary, m_strPlace);
     if (isInPlace) {
         m_File.Close();
     }
