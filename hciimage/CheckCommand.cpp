@@ -4,24 +4,20 @@
 
 #include "image/ImageFile.h"
 #include "image/ImageFindings.h"
-#include "image/RewindableFile.h"
 #include "os/Terminal.h"
 
 namespace {
 
 std::vector<CFinding> FindIn(std::FILE* file, const CImageFileRequest& request) {
     const std::string& name = request.m_strName;
-    const auto format = request.m_Format ? request.m_Format : ImageFormatOfName(name);
-    if (format == ImageFormat::NCD) {
+    const std::optional<ImageFormat> format = KnownFormat(request);
+    if (!format) {
+        return FindInHexOrHcdFile(file, name);
+    }
+    if (*format == ImageFormat::NCD) {
         return FindInNcdFile(file, name);
     }
-    if (request.m_Format == ImageFormat::HEX) {
-        return FindInHexFile(file, name);
-    }
-    if (request.m_Format == ImageFormat::HCD) {
-        return FindInHcdFile(file, name);
-    }
-    return FindInHexOrHcdFile(file, name);
+    return *format == ImageFormat::HEX ? FindInHexFile(file, name) : FindInHcdFile(file, name);
 }
 
 }  // namespace
@@ -32,9 +28,10 @@ std::string CheckFiles(const IMAGE_ARGUMENTS& arguments, int* status) {
         if (request.m_Format == ImageFormat::RAW) {
             return request.m_strName + ": raw bytes are never wrong";
         }
-        const CFileHandle file = OpenRewindable(request.m_strName.c_str());
-        if (!file) {
-            return request.m_strName + ": cannot be read";
+        CFileHandle file;
+        std::string error = OpenImageFile(request, file);
+        if (!error.empty()) {
+            return error;
         }
         for (CFinding& finding : FindIn(file.get(), request)) {
             findings.push_back(std::move(finding));

@@ -101,7 +101,8 @@ void PrintResult(const OUTPUT& output) {
     for (const CMemoryPiece& piece : output.pieces) {
         bytes += piece.m_Bytes.size();
     }
-    std::fprintf(stderr, "%s: %s, %llu bytes from address 0x%08X", output.file.m_strName.c_str(),
+    std::fprintf(stderr, "%s: %s, %llu bytes from address 0x%08X",
+                 CTerminal(stderr).Shown(output.file.m_strName).c_str(),
                  ImageFormatName(output.format), static_cast<unsigned long long>(bytes),
                  output.pieces.front().m_nAddress);
     if (output.launch) {

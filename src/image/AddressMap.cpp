@@ -1,9 +1,8 @@
 #include "image/AddressMap.h"
 
 #include <algorithm>
-#include <array>
-#include <utility>
 
+#include "image/AddressOrder.h"
 #include "image/ChipImageByteData.h"
 
 namespace {
@@ -69,32 +68,18 @@ void CAddressMap::AddPiece(const CMemoryPiece& piece) {
     m_Pieces.push_back(piece);
 }
 
-// By three digits of 11 bits: a file may have very many areas in no order. Only addresses and
-// indexes move.
+// A piece is larger than what tells its place.
 void CAddressMap::SortPieces() {
-    std::vector<std::uint64_t> keys(m_Pieces.size());
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        keys[i] = std::uint64_t{m_Pieces[i].m_nAddress} << 32 | i;
+    std::vector<CAddressRange> order;
+    order.reserve(m_Pieces.size());
+    for (const CMemoryPiece& piece : m_Pieces) {
+        order.push_back({piece.m_nAddress, 0, static_cast<std::uint32_t>(order.size())});
     }
-    std::vector<std::uint64_t> sorted(keys.size());
-    for (const unsigned int shift : {32U, 43U, 54U}) {
-        std::array<std::size_t, 2048> next{};
-        for (const std::uint64_t key : keys) {
-            ++next[key >> shift & 2047];
-        }
-        std::size_t before = 0;
-        for (std::size_t& start : next) {
-            before += std::exchange(start, before);
-        }
-        for (const std::uint64_t key : keys) {
-            sorted[next[key >> shift & 2047]++] = key;
-        }
-        keys.swap(sorted);
-    }
+    SortByAddress(order);
     std::vector<CMemoryPiece> pieces;
-    pieces.reserve(keys.size());
-    for (const std::uint64_t key : keys) {
-        pieces.push_back(m_Pieces[key & 0xFFFFFFFF]);
+    pieces.reserve(order.size());
+    for (const CAddressRange& range : order) {
+        pieces.push_back(m_Pieces[range.m_nIndex]);
     }
     m_Pieces.swap(pieces);
 }

@@ -116,19 +116,32 @@ std::optional<ImageFormat> ImageFormatOfName(const std::string& fileName) {
     return std::nullopt;
 }
 
-std::string ReadImageFile(const CImageFileRequest& request, CImageFile& file) {
-    errno = 0;
-    const CFileHandle stream = OpenRewindable(request.m_strName.c_str());
-    if (!stream) {
-        return request.m_strName + ": " +
-               (errno != 0 ? std::strerror(errno) : "Not a file that can be read");
+std::optional<ImageFormat> KnownFormat(const CImageFileRequest& request) {
+    return !request.m_Format && ImageFormatOfName(request.m_strName) == ImageFormat::NCD
+               ? ImageFormat::NCD
+               : request.m_Format;
+}
+
+std::string OpenImageFile(const CImageFileRequest& request, CFileHandle& stream) {
+    stream = OpenRewindable(request.m_strName.c_str());
+    if (stream) {
+        return "";
     }
-    std::optional<ImageFormat> format = request.m_Format;
-    if (!format && ImageFormatOfName(request.m_strName) == ImageFormat::NCD) {
-        format = ImageFormat::NCD;
-    }
+    return request.m_strName + ": " +
+           (errno != 0 ? std::strerror(errno) : "Not a file that can be read");
+}
+
+std::string ReadImageFile(std::FILE* stream, const CImageFileRequest& request, CImageFile& file) {
+    std::rewind(stream);
+    const std::optional<ImageFormat> format = KnownFormat(request);
     file.m_Format = format.value_or(ImageFormat::HEX);
-    const std::string error = format ? ReadInFormat(stream.get(), request, file)
-                                     : ReadHexOrHcd(stream.get(), request, file);
+    const std::string error =
+        format ? ReadInFormat(stream, request, file) : ReadHexOrHcd(stream, request, file);
     return error.empty() ? "" : request.m_strName + ": " + error;
+}
+
+std::string ReadImageFile(const CImageFileRequest& request, CImageFile& file) {
+    CFileHandle stream;
+    std::string error = OpenImageFile(request, stream);
+    return error.empty() ? ReadImageFile(stream.get(), request, file) : error;
 }

@@ -1,5 +1,6 @@
 #include "image/RewindableFile.h"
 
+#include <cerrno>
 #include <cstddef>
 
 namespace {
@@ -27,7 +28,11 @@ CFileHandle CopyToTemporaryFile(std::FILE* source) {
 }  // namespace
 
 CFileHandle OpenRewindable(const char* path) {
+    errno = 0;
     CFileHandle file = OpenFileForReading(path);
-    const bool isRewindable = !file || std::fseek(file.get(), 0, SEEK_SET) == 0;
-    return isRewindable ? std::move(file) : CopyToTemporaryFile(file.get());
+    if (!file || std::fseek(file.get(), 0, SEEK_SET) == 0) {
+        return file;
+    }
+    errno = 0;
+    return CopyToTemporaryFile(file.get());
 }
