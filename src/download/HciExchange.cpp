@@ -14,6 +14,7 @@ namespace {
 using BYTES = std::span<const unsigned char>;
 
 constexpr unsigned int POLL_PERIOD_MS = 4;
+constexpr std::size_t BYTES_IN_A_PERIOD = 46;  // at 115200 baud
 constexpr unsigned int MAX_BYTES_IN_STATUS = 64;
 constexpr unsigned int ROOM_FOR_REPLY = 128;
 constexpr unsigned int ROOM_FOR_DATA = 512;
@@ -35,6 +36,7 @@ public:
         }
         std::vector<unsigned char> packet = JoinCommand(prefix, command);
         Trace(m_pDownloader != nullptr ? "Sending to HW " : "Sending bytes to HW: ", packet);
+        m_nSent = packet.size();
         // A failed transmission shows up as a missing reply.
         SendPacket(m_pConnector, std::move(packet));
     }
@@ -45,8 +47,12 @@ public:
     ReplyFailure WaitFor(BYTES pattern, std::size_t minLength, unsigned int timeoutMS,
                          std::span<unsigned char> data = {}) {
         const unsigned int polls = std::max(timeoutMS / POLL_PERIOD_MS, 1U);
-        for (unsigned int done = 0; done < polls; ++done) {
-            PutThreadToSleep(POLL_PERIOD_MS);
+        for (unsigned int done = 0; done < polls;) {
+            // Until bytes come, further looks would find nothing; once they do, each is traced. A
+            // short command may be answered within one period, and then one sleep costs less.
+            const bool canSleepOn =
+                m_Received.Bytes().empty() && (done != 0 || m_nSent > BYTES_IN_A_PERIOD);
+            done += m_pConnector->SleepUntilBytes(POLL_PERIOD_MS, canSleepOn ? polls - done : 1);
             DropOldBytesWhenFull(minLength);
             std::string error = m_Received.Fetch(m_pConnector);
             TraceReceived();
@@ -118,6 +124,7 @@ private:
     CSerialConnector* m_pConnector;
     CChipDownloader* m_pDownloader;
     CReceiveBuffer m_Received;
+    std::size_t m_nSent = 0;
 };
 
 // Discards bytes until there are none. While pauses are left, it then waits and looks again if

@@ -9,6 +9,7 @@
 #include "download/HciTrace.h"
 #include "download/ReceiveBuffer.h"
 #include "os/OSTime.h"
+#include "transport/SerialConnector.h"
 #include "util/ByteOrder.h"
 #include "util/FormatText.h"
 #include "util/Wrap32.h"
@@ -84,11 +85,14 @@ std::string WaitForErase(CChipDownloader* downloader) {
     static constexpr unsigned char PROGRESS[] = {0xFF, 0x01, 0xCE};
     const std::vector<unsigned char> completion = HCI_CHIP_ERASE.Completion();
     constexpr unsigned int MAX_POLLS = HCI_CHIP_ERASE.m_nTimeoutMs / ERASE_POLL_MS;
+    CSerialConnector* const connector = downloader->SerialConnector();
     CReceiveBuffer received(ROOM_FOR_REPLY);
     unsigned int lastProgressPoll = 0;
-    for (unsigned int poll = 1;; ++poll) {
-        PutThreadToSleep(ERASE_POLL_MS);
-        std::string error = received.Fetch(downloader->SerialConnector());
+    for (unsigned int poll = 0;;) {
+        const unsigned int left = std::min(
+            MAX_POLLS - poll, lastProgressPoll + MAX_ERASE_POLLS_WITHOUT_PROGRESS + 1 - poll);
+        poll += connector->SleepUntilBytes(ERASE_POLL_MS, received.Bytes().empty() ? left : 1);
+        std::string error = received.Fetch(connector);
         if (!error.empty() || received.Find(completion) != nullptr) {
             return error;
         }

@@ -26,6 +26,7 @@ std::string CUARTConnector::Connect(CCommunicationParameters& params, RxCallback
     }
     // Frees what the record of a failed connect still holds: the port and its lock.
     m_pTransport = std::make_unique<CUARTTransportData>();
+    m_pArrival = &m_pTransport->Arrival();
     const std::string path = params.GetPortId();
     if (!m_pTransport->Port().Open(path)) {
         return "failed to open port: " + path;
@@ -123,14 +124,12 @@ void CUARTConnector::CloseWorkerThreads() {
 
 void CUARTConnector::CleanUp() {
     CUARTConnector::Disconnect();
+    m_pArrival = nullptr;
     m_pTransport.reset();
 }
 
 unsigned int UARTReadThread(CExecutionThread* thread) {
     auto* const transport = static_cast<CUARTTransportData*>(thread->GetContext());
-    constexpr timespec pauseAfterBytes{0, 100000};
-    // On a line that has hung up, no read waits.
-    constexpr timespec pauseAfterNone{0, 50000000};
     std::array<unsigned char, 255> buffer{};
     for (;;) {
         // A failed read counts as nothing received; the caller's time limits notice.
@@ -143,8 +142,9 @@ unsigned int UARTReadThread(CExecutionThread* thread) {
             }
             transport->TransferReceivedBytesFromUART(buffer.data(), count);
             transport->CallReceiveCallback(buffer.data(), count);
+        } else {
+            PutThreadToSleep(50);  // on a line that has hung up, no read waits
         }
-        __nsleep(got > 0 ? &pauseAfterBytes : &pauseAfterNone, nullptr);
     }
 }
 

@@ -4,10 +4,11 @@
 
 TransportStatus CUARTTransportData::TransferReceivedBytesFromUART(const unsigned char* bytes,
                                                                   unsigned int n) {
-    if (m_nStatus == TRANSPORT_STATUS_OK && m_Received.Put({bytes, n}, MAX_RECEIVE_QUEUE_SIZE)) {
-        return m_nStatus;
-    }
-    return Fail(TRANSPORT_STATUS_RX_OVERFLOW);
+    const bool isTaken =
+        m_nStatus == TRANSPORT_STATUS_OK && m_Received.Put({bytes, n}, MAX_RECEIVE_QUEUE_SIZE);
+    const TransportStatus status = isTaken ? m_nStatus.load() : Fail(TRANSPORT_STATUS_RX_OVERFLOW);
+    m_Arrival.Raise();
+    return status;
 }
 
 TransportStatus CUARTTransportData::ReadReceivedBytes(unsigned char* buf, unsigned int max,
@@ -16,7 +17,11 @@ TransportStatus CUARTTransportData::ReadReceivedBytes(unsigned char* buf, unsign
         *got = 0xFFFFFFFF;
         return m_nStatus;
     }
+    m_Arrival.Lower();
     *got = m_Received.Take({buf, max});
+    if (m_Received.CountHeld() != 0) {
+        m_Arrival.Raise();
+    }
     // These bytes are complete even if the ring has overflowed meanwhile; the next call says so.
     return TRANSPORT_STATUS_OK;
 }

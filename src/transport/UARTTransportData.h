@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "os/OSFlag.h"
 #include "transport/ByteRing.h"
 #include "transport/SerialConnector.h"
 #include "transport/SerialPort.h"
@@ -20,7 +21,7 @@ inline constexpr unsigned int MAX_TRANSMIT_QUEUE_SIZE = CByteRing::SIZE;
 
 // The record of one connection: the port, the receive callback, and a ring for each direction.
 //
-// No lock. The reader thread calls TransferReceivedBytesFromUART, a writer thread
+// The rings need no lock. The reader thread calls TransferReceivedBytesFromUART, a writer thread
 // TransferBytesToBeSentToUART, and the caller's thread everything else.
 //
 // The first overflow is final: the status never changes again, no more bytes are moved, and every
@@ -62,6 +63,9 @@ public:
 
     CSerialPort& Port() { return m_Port; }
 
+    // Raised while received bytes, or an overflow, can be read.
+    COSFlag& Arrival() { return m_Arrival; }
+
     // Before the reader thread starts; callback may be null.
     void SetReceiveCallback(RxCallback callback, void* context);
     void SetObserver(CLineObserver* observer) { m_pObserver = observer; }
@@ -80,6 +84,7 @@ private:
     CLineObserver* m_pObserver = nullptr;
     std::atomic<TransportStatus> m_nStatus{TRANSPORT_STATUS_OK};
     std::string m_strStatusText;
+    COSFlag m_Arrival;
     CByteRing m_Received;
     CByteRing m_ToSend;
 };

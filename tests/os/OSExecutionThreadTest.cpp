@@ -10,6 +10,7 @@
 #include "os/FairMutex.h"
 #include "os/LockGuard.h"
 #include "os/OSEvent.h"
+#include "os/OSFlag.h"
 #include "os/OSTime.h"
 #include "os/ThreadWaits.h"
 #include "os/TimeLimit.h"
@@ -67,10 +68,12 @@ TEST(OSExecutionThread, RunsOnceAndKeepsTheExitCode) {
 TEST(OSExecutionThread, EndsOnlyWhereItSleeps) {
     CFairMutex lock;
     COSEvent event;
+    COSFlag flag;
     const std::function<void()> pauses[] = {
         [] { PutThreadToSleep(3600000); },
         [&] { event.WaitForSignal(3600000); },
         [&] { event.WaitForSignal(NO_TIME_LIMIT); },
+        [&] { flag.WaitUntilRaised(std::chrono::hours(1)); },
         [&] {
             const CLockGuard held(lock);
             PutThreadToSleep(3600000);
@@ -102,6 +105,8 @@ TEST(OSExecutionThread, EndsOnlyWhereItSleeps) {
         EXPECT_EQ(thread.GetState(), THREAD_STATE_RUNNING) << "its function did not return";
         const CLockGuard free(lock);  // the unwinding gave it back
         event.SetEvent();
+        flag.Raise();
+        flag.Lower();
     }
 }
 

@@ -2,13 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <ctime>
+#include <deque>
 #include <filesystem>
 #include <future>
 #include <iterator>
 #include <thread>
 
+#include "os/Clock.h"
 #include "os/OSExecutionThread.h"
 #include "os/OSTime.h"
 #include "support/SampleImages.h"
@@ -147,6 +150,48 @@ TEST_F(UARTConnector, MovesBytesBothWays) {
         m_Terminal.Send(SampleBytes(50000, 1));
         EXPECT_EQ(ReadAll(50000), SampleBytes(50000, 1));
     }
+}
+
+TEST_F(UARTConnector, SleepsUntilBytesArriveOrTheTimeIsUp) {
+    constexpr unsigned int HOURS = 1'000'000;
+    ASSERT_EQ(m_Terminal.Connect(m_Connector), "");
+    m_Terminal.Send({1, 2});
+    EXPECT_LT(m_Connector.SleepUntilBytes(4, HOURS), HOURS);
+    unsigned char byte = 0;
+    EXPECT_EQ(m_Connector.ReadReceivedBytes(&byte, 1, &m_nGot), "");
+    EXPECT_LT(m_Connector.SleepUntilBytes(4, HOURS), HOURS) << "there is one more";
+    EXPECT_EQ(ReadAll(1), Bytes{2});
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_LE(m_Connector.SleepUntilBytes(2, 10), 10U);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+    m_Terminal.Send(SampleBytes(65536, 1));
+    EXPECT_TRUE(ComesTrue(
+        [&] { return m_Connector.SleepUntilBytes(4, HOURS) < HOURS && Read() == "RxOverflow"; }));
+}
+
+// A clock that tells the given times, one after the other.
+struct CToldClock final : CClock {
+    std::deque<std::chrono::milliseconds> m_Times;
+    timeval Now() override { return {}; }
+    std::chrono::nanoseconds Elapsed() override {
+        const std::chrono::milliseconds time = m_Times.front();
+        m_Times.pop_front();
+        return time;
+    }
+    bool Sleep(const timespec&, timespec&) override { return true; }
+};
+
+// Six periods of 4 ms, with nothing received.
+TEST_F(UARTConnector, CountsFewerPeriodsWhenItWakesLate) {
+    CToldClock clock;
+    const CClockScope inUse(clock);
+    ASSERT_EQ(m_Terminal.Connect(m_Connector), "");
+    const std::pair<int, unsigned int> cases[] = {{24, 6}, {25, 5}, {30, 3}, {48, 1}, {5000, 1}};
+    for (const auto& [elapsed, periods] : cases) {
+        clock.m_Times = {std::chrono::milliseconds(100), std::chrono::milliseconds(100 + elapsed)};
+        EXPECT_EQ(m_Connector.SleepUntilBytes(4, 6), periods) << elapsed;
+    }
+    EXPECT_EQ(m_Connector.Disconnect(), "");
 }
 
 TEST_F(UARTConnector, OverflowsWhenNobodyReads) {
