@@ -16,9 +16,25 @@ LineTime DelayOf(const CHIP_REPLY_PIECE& piece) {
     return static_cast<LineTime>(piece.delayMs) * NS_PER_MS;
 }
 
+// Without a pause between them, pieces go to the terminal in one write: a reader that looks between
+// two writes would see a pause that is not on the line.
+void JoinPieces(std::vector<CHIP_REPLY_PIECE>& pieces) {
+    std::vector<CHIP_REPLY_PIECE> joined;
+    for (CHIP_REPLY_PIECE& piece : pieces) {
+        if (joined.empty() || piece.delayMs != 0) {
+            joined.push_back(std::move(piece));
+        } else {
+            std::vector<unsigned char>& bytes = joined.back().bytes;
+            bytes.insert(bytes.end(), piece.bytes.begin(), piece.bytes.end());
+        }
+    }
+    pieces = std::move(joined);
+}
+
 }  // namespace
 
 void CPacedOutput::Queue(CHIP_REPLY reply, LineTime now) {
+    JoinPieces(reply.pieces);
     PENDING pending{std::move(reply)};
     pending.start = now;
     if (!pending.reply.pieces.empty()) {

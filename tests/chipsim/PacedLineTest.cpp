@@ -64,6 +64,8 @@ TEST(PacedLine, CarriesRepliesAtItsSpeedAndInOrder) {
         {0,
          {{0, {{1, two}, {9, two}}}, {2, {{1, three}}}},
          "1.00:A1 A2 10.00:A1 A2 10.00:B1 B2 B3"},
+        // Pieces without a pause between them are one.
+        {0, {{0, {{1, two}, {0, three}, {2, two}}}}, "1.00:A1 A2 B1 B2 B3 3.00:A1 A2"},
         // A piece without bytes is only a pause; a reply without bytes is none.
         {0, {{0, {{4, {}}, {3, two}, {2, {}}}}, {0, {}}, {0, {{1, {}}}}}, "7.00:A1 A2"},
         // A reader that takes two bytes at a time.
