@@ -90,11 +90,16 @@ install_clang() {
     fi
 }
 
-# configure_release: configures the release build, with the tests if their library is installed: only
-# scripts/test installs it.
+need_test_headers() {
+    need_header gtest/gtest.h libgtest-dev
+    need_header gmock/gmock.h libgmock-dev
+}
+
+# configure_release: configures the release build, with the tests if their library is installed: not
+# every script needs it. gmock comes with gtest, but not the other way round.
 configure_release() {
     tests=ON
-    if ! has_header gtest/gtest.h; then
+    if ! has_header gmock/gmock.h; then
         tests=OFF
     fi
     cmake --preset release -DBUILD_TESTING=$tests
