@@ -95,8 +95,8 @@ need_test_headers() {
     need_header gmock/gmock.h libgmock-dev
 }
 
-# configure_release: configures the release build, with the tests if their library is installed: not
-# every script needs it. gmock comes with gtest, but not the other way round.
+# configure_release: configures the release build, with the tests if their libraries are installed: only
+# some scripts install them. Where gmock is, gtest is, too.
 configure_release() {
     tests=ON
     if ! has_header gmock/gmock.h; then
