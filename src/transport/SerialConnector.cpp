@@ -9,6 +9,9 @@
 
 namespace {
 
+// One late wake-up must not count for the whole of a long wait.
+constexpr unsigned int MOST_PERIODS = 25;
+
 void SleepFor(std::chrono::nanoseconds length) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(length);
     const timespec time{seconds.count(), (length - seconds).count()};
@@ -22,6 +25,7 @@ unsigned int CSerialConnector::SleepUntilBytes(unsigned int periodMs, unsigned i
         PutThreadToSleep(periodMs);
         return 1;
     }
+    maxPeriods = std::min(maxPeriods, MOST_PERIODS);
     const std::chrono::nanoseconds period = std::chrono::milliseconds(periodMs);
     const std::chrono::nanoseconds limit = period * maxPeriods;
     const std::chrono::nanoseconds start = CClock::InUse().Elapsed();
