@@ -33,7 +33,8 @@ unsigned int CSerialConnector::SleepUntilBytes(unsigned int periodMs, unsigned i
     const std::chrono::nanoseconds passed = CClock::InUse().Elapsed() - start;
     if (!hasArrived) {
         // On a busy machine, each sleep would have been as late as this one.
-        const auto periods = passed / (period + std::max(passed - limit, {}));
+        const std::chrono::nanoseconds late = passed - limit;
+        const auto periods = passed / (late < period / 4 ? period : period + late);
         return std::clamp(static_cast<unsigned int>(periods), 1U, maxPeriods);
     }
     const unsigned int periods =

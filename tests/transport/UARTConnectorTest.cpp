@@ -183,7 +183,8 @@ TEST_F(UARTConnector, CountsFewerPeriodsWhenItWakesLate) {
     CToldClock clock;
     const CClockScope inUse(clock);
     ASSERT_EQ(m_Terminal.Connect(m_Connector), "");
-    const std::pair<int, unsigned int> cases[] = {{24, 6}, {25, 5}, {30, 3}, {48, 1}, {5000, 1}};
+    const std::pair<int, unsigned int> cases[] = {{23, 5}, {24, 6}, {25, 5},
+                                                  {30, 3}, {48, 1}, {5000, 1}};
     for (const auto& [elapsed, periods] : cases) {
         clock.m_Times = {std::chrono::milliseconds(100), std::chrono::milliseconds(100 + elapsed)};
         EXPECT_EQ(m_Connector.SleepUntilBytes(4, 6), periods) << elapsed;
