@@ -1,7 +1,9 @@
 #include "os/OSFlag.h"
 
+#include <cerrno>
+#include <ctime>
+
 #include "os/CancellationWindow.h"
-#include "os/LockGuard.h"
 
 namespace {
 
@@ -16,36 +18,25 @@ timespec MonotonicTimeAfter(std::chrono::nanoseconds limit) {
 
 }  // namespace
 
-COSFlag::COSFlag() {
-    pthread_condattr_t monotonic;
-    pthread_condattr_init(&monotonic);
-    pthread_condattr_setclock(&monotonic, CLOCK_MONOTONIC);
-    pthread_cond_init(&m_Raised, &monotonic);
-    pthread_condattr_destroy(&monotonic);
-}
-
-COSFlag::~COSFlag() {
-    pthread_cond_destroy(&m_Raised);
-}
-
 void COSFlag::Raise() {
-    {
-        const CLockGuard held(m_Mutex);
-        m_bRaised = true;
+    if (!m_bRaised.exchange(true)) {
+        sem_post(&m_Signal);
     }
-    pthread_cond_signal(&m_Raised);  // the thread that wakes finds the lock free
 }
 
 void COSFlag::Lower() {
-    const CLockGuard held(m_Mutex);
-    m_bRaised = false;
+    if (m_bRaised.exchange(false)) {
+        sem_trywait(&m_Signal);
+    }
 }
 
 bool COSFlag::WaitUntilRaised(std::chrono::nanoseconds limit) {
     const timespec deadline = MonotonicTimeAfter(limit);
-    const CLockGuard held(m_Mutex);
     const CCancellationWindow window;
-    while (!m_bRaised && pthread_cond_timedwait(&m_Raised, m_Mutex.GetHandle(), &deadline) == 0) {
+    while (!m_bRaised) {
+        if (sem_clockwait(&m_Signal, CLOCK_MONOTONIC, &deadline) != 0 && errno != EINTR) {
+            break;
+        }
     }
     return m_bRaised;
 }

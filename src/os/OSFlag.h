@@ -1,26 +1,27 @@
 #pragma once
 
+#include <semaphore.h>
+
+#include <atomic>
 #include <chrono>
 
-#include "os/OSMutex.h"
-
 // A flag that one thread raises and another waits for. Unlike an event, it stays raised until it is
-// lowered, and its time limit does not depend on the wall clock. Any thread may call any operation.
+// lowered, takes no lock, and its time limit does not depend on the wall clock. Any thread may
+// raise it; one thread lowers it and waits for it.
 class COSFlag {
 public:
-    COSFlag();
-    ~COSFlag();  // nobody may wait any more
+    COSFlag() { sem_init(&m_Signal, 0, 0); }
+    ~COSFlag() { sem_destroy(&m_Signal); }  // nobody may wait any more
     COSFlag(const COSFlag&) = delete;
     COSFlag& operator=(const COSFlag&) = delete;
 
-    void Raise() HCILOAD_EXCLUDES(m_Mutex);
-    void Lower() HCILOAD_EXCLUDES(m_Mutex);
+    void Raise();
+    void Lower();
 
     // False if the flag is not raised within the limit. A canceled thread ends here.
-    bool WaitUntilRaised(std::chrono::nanoseconds limit) HCILOAD_EXCLUDES(m_Mutex);
+    bool WaitUntilRaised(std::chrono::nanoseconds limit);
 
 private:
-    COSMutex m_Mutex;
-    pthread_cond_t m_Raised;
-    bool m_bRaised HCILOAD_GUARDED_BY(m_Mutex) = false;
+    std::atomic<bool> m_bRaised{false};
+    sem_t m_Signal;  // wakes the thread that waits; may be left over from an earlier time
 };

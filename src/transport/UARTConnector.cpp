@@ -130,6 +130,9 @@ void CUARTConnector::CleanUp() {
 
 unsigned int UARTReadThread(CExecutionThread* thread) {
     auto* const transport = static_cast<CUARTTransportData*>(thread->GetContext());
+    constexpr timespec pauseAfterBytes{0, 100000};
+    // On a line that has hung up, no read waits.
+    constexpr timespec pauseAfterNone{0, 50000000};
     std::array<unsigned char, 255> buffer{};
     for (;;) {
         // A failed read counts as nothing received; the caller's time limits notice.
@@ -142,9 +145,8 @@ unsigned int UARTReadThread(CExecutionThread* thread) {
             }
             transport->TransferReceivedBytesFromUART(buffer.data(), count);
             transport->CallReceiveCallback(buffer.data(), count);
-        } else {
-            PutThreadToSleep(50);  // on a line that has hung up, no read waits
         }
+        __nsleep(got > 0 ? &pauseAfterBytes : &pauseAfterNone, nullptr);
     }
 }
 

@@ -21,7 +21,7 @@ inline constexpr unsigned int MAX_TRANSMIT_QUEUE_SIZE = CByteRing::SIZE;
 
 // The record of one connection: the port, the receive callback, and a ring for each direction.
 //
-// The rings need no lock. The reader thread calls TransferReceivedBytesFromUART, a writer thread
+// No lock. The reader thread calls TransferReceivedBytesFromUART, a writer thread
 // TransferBytesToBeSentToUART, and the caller's thread everything else.
 //
 // The first overflow is final: the status never changes again, no more bytes are moved, and every
